@@ -1,0 +1,23 @@
+option(QUOLL_TESTS "Build the tests" OFF)
+option(QUOLL_BENCHMARKS "Build the benchmarks" OFF)
+option(QUOLL_FUZZERS "Build the fuzz targets" OFF)
+set(QUOLL_SANITIZE "" CACHE STRING "Comma-separated sanitizers for all targets, e.g. address,undefined")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+if(QUOLL_SANITIZE)
+    add_compile_options(-fsanitize=${QUOLL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${QUOLL_SANITIZE})
+endif()
+
+if(WIN32)
+    add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+endif()

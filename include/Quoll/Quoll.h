@@ -1,0 +1,6 @@
+// The whole interface of the library.
+#pragma once
+
+#include "Quoll/Api.h"
+#include "Quoll/WideString.h"
+#include "Quoll/WindowsTypes.h"

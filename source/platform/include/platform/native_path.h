@@ -1,0 +1,21 @@
+// The two spellings of a path: the library's wide text and the host's own.
+#pragma once
+
+#include "Quoll/WideString.h"
+
+#include <filesystem>
+
+namespace Quoll::Platform
+{
+
+// On Windows both are the same text. On Linux "C:\a\b" is "/a/b"; bytes of a host name that aren't
+// UTF-8 stand as U+DC80 to U+DCFF and a backslash in a name as U+DC5C, and both go back unchanged.
+
+WString PathFromNative(const std::filesystem::path& native);
+
+/// False, with ERROR_INVALID_NAME or ERROR_BAD_NETPATH as last error, for text that names no
+/// host file: adjoining escapes that would form valid UTF-8 (so that no two texts name one
+/// file), lone surrogates other than the escapes, an embedded NUL.
+bool PathToNative(WStringView path, std::filesystem::path& native);
+
+} // namespace Quoll::Platform

@@ -1,0 +1,28 @@
+// Text: conversion, messages, debugger output.
+#pragma once
+
+#include "types.h"
+
+constexpr UINT CP_ACP = 0; // UTF-8 on Linux
+constexpr UINT CP_UTF8 = 65001;
+constexpr DWORD MB_ERR_INVALID_CHARS = 8;
+constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
+
+constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
+constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
+constexpr DWORD FORMAT_MESSAGE_FROM_STRING = 0x400;
+constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
+
+extern "C"
+{
+    // Code pages CP_UTF8 and CP_ACP, which are one here; others give ERROR_INVALID_PARAMETER.
+    int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide, int capacity) noexcept;
+    int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text, int capacity,
+                            LPCSTR defaultChar, BOOL* usedDefault) noexcept;
+
+    DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD language, LPWSTR buffer, DWORD size,
+                         va_list* arguments) noexcept;
+
+    /// Goes to the system log at debug level.
+    void OutputDebugStringW(LPCWSTR text) noexcept;
+}
