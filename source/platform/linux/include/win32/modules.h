@@ -9,7 +9,8 @@ using HRSRC = struct HRSRC__*;
 extern "C"
 {
     /// Knows the platform modules whose calls this layer provides by name; others give
-    /// ERROR_MOD_NOT_FOUND. Letter case and a missing ".dll" don't matter.
+    /// ERROR_MOD_NOT_FOUND. Letter case and a missing ".dll" don't matter. Null, which asks for the
+    /// program itself, is ERROR_NOT_SUPPORTED.
     HMODULE GetModuleHandleW(LPCWSTR name) noexcept;
     /// ERROR_PROC_NOT_FOUND for a name that the layer doesn't provide.
     FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept;
