@@ -2,5 +2,6 @@
 #pragma once
 
 #include "Quoll/Api.h"
+#include "Quoll/InvalidParameter.h"
 #include "Quoll/WideString.h"
 #include "Quoll/WindowsTypes.h"

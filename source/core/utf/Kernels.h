@@ -1,0 +1,29 @@
+// The instruction-set variants of the transcoder.
+#pragma once
+
+#include "core/utf/Plain.h"
+
+#include <vector>
+
+namespace Quoll::Utf
+{
+
+// One variant. All give the same result for the same input.
+struct Kernel
+{
+    const char* name;
+    Outcome (*decode)(DecodeCursor& cursor) noexcept;
+    Outcome (*encode)(EncodeCursor& cursor) noexcept;
+    std::size_t (*estimateDecode)(const unsigned char* text, std::size_t length) noexcept;
+    std::size_t (*estimateEncode)(const Unit* wide, std::size_t length) noexcept;
+};
+
+// The variants that this processor can run, the plain one first and the best last.
+const std::vector<Kernel>& Kernels();
+
+extern const Kernel PlainKernel;
+
+// Adds the variants for x86-64 that this processor can run; none elsewhere.
+void AddX86Kernels(std::vector<Kernel>& kernels);
+
+} // namespace Quoll::Utf
