@@ -6,7 +6,7 @@ skipped=0
 # Adds the summary that GoogleTest left in a file: add_googletest FILE STATUS
 add_googletest() {
     local file=$1 status=$2 failures
-    count_of() { sed -nE "s/^\[  $1 ?\] ([0-9]+) tests?[.,].*/\1/p" "$file" | tail -n 1; }
+    count_of() { sed -nE "s/^\[  $1 +\] ([0-9]+) tests?[.,].*/\1/p" "$file" | tail -n 1; }
     failures=$(count_of FAILED)
     passed=$((passed + $(count_of PASSED || true) + 0))
     skipped=$((skipped + $(count_of SKIPPED || true) + 0))
