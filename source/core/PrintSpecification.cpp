@@ -165,7 +165,7 @@ void PrintSink::Fill(WChar unit, std::uint64_t count) noexcept
 
 void PrintSink::Write(WStringView text) noexcept
 {
-    std::copy_n(text.data(), std::min(text.size(), Room()), m_buffer ? m_buffer + m_count : nullptr);
+    std::copy_n(text.begin(), std::min(text.size(), Room()), m_buffer ? m_buffer + m_count : nullptr);
     m_count += text.size();
 }
 
