@@ -1,6 +1,8 @@
 // Who is at the other end of a named pipe.
 #pragma once
 
+#include "Quoll/WideString.h"
+
 #include <windows.h>
 
 #include <cstdint>

@@ -1,0 +1,431 @@
+#include "platform/linux/PipeEnd.h"
+
+#include "platform/linux/ErrnoTable.h"
+#include "platform/linux/HandleTable.h"
+
+#include <algorithm>
+#include <new>
+
+#include <fcntl.h>
+#include <poll.h>
+
+namespace Quoll::Platform
+{
+
+/// A read or a write that couldn't be done at once.
+class TransferOperation : public Operation
+{
+public:
+    TransferOperation(OVERLAPPED& overlapped, Ref<Event> completion, PipeEnd& end,
+                      Ref<PipeTransport> transport) noexcept
+        : Operation(&overlapped, std::move(completion))
+        , m_end(&end)
+        , m_transport(std::move(transport))
+    {
+    }
+
+    int Descriptor() const noexcept override
+    {
+        return m_transport ? m_transport->Descriptor() : -1;
+    }
+
+    // With the end's lock held:
+    /// Goes on with the transfer; ERROR_IO_PENDING if it has to wait.
+    virtual DWORD Step(bool messages) noexcept = 0;
+    virtual std::size_t Transferred() const noexcept = 0;
+    /// False if too late.
+    virtual bool Withdraw() noexcept = 0;
+
+    bool HasWorkers() const noexcept
+    {
+        return m_workers.load(std::memory_order_acquire) > 0;
+    }
+    void WaitBegins() noexcept override
+    {
+        m_workers.fetch_add(1, std::memory_order_acq_rel);
+    }
+
+protected:
+    Ref<PipeEnd> m_end;
+    Ref<PipeTransport> m_transport; // keeps the descriptor while it is polled
+    std::atomic<int> m_workers{0};
+};
+
+namespace
+{
+
+class ReadOperation final : public TransferOperation
+{
+public:
+    ReadOperation(OVERLAPPED& overlapped, Ref<Event> completion, PipeEnd& end, Ref<PipeTransport> transport,
+                  Incoming incoming) noexcept
+        : TransferOperation(overlapped, std::move(completion), end, std::move(transport))
+        , m_incoming(incoming)
+    {
+    }
+    short PollEvents() const noexcept override
+    {
+        return POLLIN;
+    }
+    void Advance() noexcept override
+    {
+        m_end->AdvanceReads();
+    }
+    void WaitEnds() noexcept override
+    {
+        m_workers.fetch_sub(1, std::memory_order_acq_rel);
+    }
+    DWORD Step(bool messages) noexcept override
+    {
+        const DWORD code = m_transport->Take(m_incoming);
+        const bool anything = code == ERROR_MORE_DATA || (code == ERROR_IO_PENDING && m_incoming.filled > 0);
+        return !messages && anything ? ERROR_SUCCESS : code;
+    }
+    std::size_t Transferred() const noexcept override
+    {
+        return m_incoming.filled;
+    }
+    bool Withdraw() noexcept override
+    {
+        return m_incoming.filled == 0 || m_transport->PutBack({m_incoming.buffer, m_incoming.filled});
+    }
+
+private:
+    Incoming m_incoming;
+};
+
+class WriteOperation final : public TransferOperation
+{
+public:
+    WriteOperation(OVERLAPPED& overlapped, Ref<Event> completion, PipeEnd& end, Ref<PipeTransport> transport,
+                   Outgoing outgoing) noexcept
+        : TransferOperation(overlapped, std::move(completion), end, std::move(transport))
+        , m_outgoing(outgoing)
+    {
+    }
+    short PollEvents() const noexcept override
+    {
+        return POLLOUT;
+    }
+    void Advance() noexcept override
+    {
+        m_end->AdvanceWrites();
+    }
+    void WaitEnds() noexcept override
+    {
+        if (m_workers.fetch_sub(1, std::memory_order_acq_rel) == 1 && !IsDone())
+        {
+            m_end->LeaveWrites();
+        }
+    }
+    DWORD Step(bool) noexcept override
+    {
+        return m_transport->Send(m_outgoing);
+    }
+    std::size_t Transferred() const noexcept override
+    {
+        return m_outgoing.size;
+    }
+    bool Withdraw() noexcept override
+    {
+        return m_outgoing.sent == 0; // a message that is partly on its way completes
+    }
+
+private:
+    Outgoing m_outgoing;
+};
+
+/// Lets the I/O thread finish an end's writes.
+class WriteFinisher final : public IoSource
+{
+public:
+    explicit WriteFinisher(PipeEnd& end) noexcept
+        : m_end(&end)
+    {
+    }
+    void Ready() noexcept override
+    {
+        m_end->FinishWritesAlone();
+    }
+
+private:
+    Ref<PipeEnd> m_end;
+};
+
+} // namespace
+
+PipeEnd::PipeEnd(Ref<PipeTransport> transport, bool messages) noexcept
+    : Object(ClassKind)
+    , m_transport(std::move(transport))
+    , m_ownEvent(Ref<Event>::Adopt(new Event(true, false)))
+    , m_messages(messages)
+{
+}
+
+PipeEnd::~PipeEnd() = default;
+
+Waitable* PipeEnd::WaitTarget() noexcept
+{
+    return m_ownEvent.Get();
+}
+
+Ref<Event> PipeEnd::CompletionOf(const OVERLAPPED& overlapped) noexcept
+{
+    if (overlapped.hEvent == nullptr)
+    {
+        return m_ownEvent;
+    }
+    const Pinned<Event> named(overlapped.hEvent);
+    return named ? Ref<Event>(&*named) : Ref<Event>();
+}
+
+DWORD PipeEnd::CodeWithoutPeer() const noexcept
+{
+    return ERROR_PIPE_NOT_CONNECTED;
+}
+
+BOOL PipeEnd::Read(std::byte* buffer, DWORD size, DWORD* read, OVERLAPPED& overlapped) noexcept
+{
+    auto completion = CompletionOf(overlapped);
+    if (!completion)
+    {
+        return FALSE;
+    }
+    const std::lock_guard guard(m_lock);
+    return Start(m_reads,
+                 Ref<TransferOperation>::Adopt(new (std::nothrow) ReadOperation(overlapped, std::move(completion),
+                                                                                *this, m_transport, {buffer, size, 0})),
+                 read);
+}
+
+BOOL PipeEnd::Write(const std::byte* body, DWORD size, DWORD* written, OVERLAPPED& overlapped) noexcept
+{
+    auto completion = CompletionOf(overlapped);
+    if (!completion)
+    {
+        return FALSE;
+    }
+    const std::lock_guard guard(m_lock);
+    return Start(m_writes,
+                 Ref<TransferOperation>::Adopt(new (std::nothrow) WriteOperation(overlapped, std::move(completion),
+                                                                                 *this, m_transport, {body, size, 0})),
+                 written);
+}
+
+// With m_lock held. Transfers of one direction are done in their order.
+BOOL PipeEnd::Start(Transfers& transfers, Ref<TransferOperation> operation, DWORD* transferred) noexcept
+try
+{
+    if (!operation)
+    {
+        return Fail(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    if (transferred != nullptr)
+    {
+        *transferred = 0;
+    }
+    OVERLAPPED& record = *operation->Record();
+    operation->Begin();
+    if (!m_transport)
+    {
+        return Fail(CodeWithoutPeer());
+    }
+    const DWORD code = transfers.empty() ? operation->Step(m_messages) : ERROR_IO_PENDING;
+    if (code == ERROR_IO_PENDING)
+    {
+        StorePending(record);
+        transfers.push_back(operation);
+        operation->Attach();
+        if (&transfers == &m_writes)
+        {
+            WatchWrites();
+        }
+        return Fail(ERROR_IO_PENDING);
+    }
+    if (code == ERROR_SUCCESS || code == ERROR_MORE_DATA)
+    {
+        operation->Complete(code, operation->Transferred());
+    }
+    if (code != ERROR_SUCCESS)
+    {
+        return Fail(code);
+    }
+    if (transferred != nullptr)
+    {
+        *transferred = static_cast<DWORD>(operation->Transferred());
+    }
+    return TRUE;
+}
+catch (const std::bad_alloc&)
+{
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+void PipeEnd::Settle(Transfers& transfers) noexcept
+{
+    while (!transfers.empty())
+    {
+        const auto operation = transfers.front();
+        const DWORD code = operation->Step(m_messages);
+        if (code == ERROR_IO_PENDING)
+        {
+            return;
+        }
+        transfers.pop_front();
+        operation->Complete(code, operation->Transferred());
+    }
+}
+
+void PipeEnd::AdvanceReads() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    Settle(m_reads);
+}
+
+void PipeEnd::AdvanceWrites() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    Settle(m_writes);
+}
+
+void PipeEnd::Advance() noexcept
+{
+    AdvanceReads();
+    AdvanceWrites();
+}
+
+void PipeEnd::WatchWrites() noexcept
+{
+    IoThread* const thread = IoThread::Running();
+    if (thread == nullptr)
+    {
+        return; // whoever waits for the write still finishes it
+    }
+    if (m_writeWatch != 0)
+    {
+        thread->Arm(m_writeWatch);
+    }
+    else if (auto* const finisher = new (std::nothrow) WriteFinisher(*this))
+    {
+        m_writeWatch =
+            thread->Add(Ref<IoSource>::Adopt(finisher), m_transport->Descriptor(), IoThread::Watch::OutputOnce);
+    }
+}
+
+void PipeEnd::FinishWritesAlone() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    if (!m_writes.empty() && !m_writes.front()->HasWorkers())
+    {
+        Settle(m_writes);
+        if (!m_writes.empty())
+        {
+            WatchWrites();
+        }
+    }
+}
+
+void PipeEnd::LeaveWrites() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    if (!m_writes.empty())
+    {
+        WatchWrites();
+    }
+}
+
+BOOL PipeEnd::Cancel(const OVERLAPPED* overlapped, DWORD thread) noexcept
+{
+    const std::lock_guard guard(m_lock);
+    const bool reads = CancelIn(m_reads, overlapped, thread);
+    const bool writes = CancelIn(m_writes, overlapped, thread);
+    const bool other = CancelOther(overlapped, thread);
+    return reads || writes || other ? TRUE : Fail(ERROR_NOT_FOUND);
+}
+
+bool PipeEnd::CancelIn(Transfers& transfers, const OVERLAPPED* overlapped, DWORD thread) noexcept
+{
+    bool found = false;
+    for (auto place = transfers.begin(); place != transfers.end();)
+    {
+        const auto operation = *place;
+        const bool meant = (overlapped == nullptr || operation->Record() == overlapped) &&
+                           (thread == 0 || operation->Thread() == thread);
+        found = found || meant;
+        if (meant && operation->Withdraw())
+        {
+            place = transfers.erase(place);
+            operation->Complete(ERROR_OPERATION_ABORTED, 0);
+        }
+        else
+        {
+            ++place;
+        }
+    }
+    return found;
+}
+
+void PipeEnd::SetReadMode(bool messages) noexcept
+{
+    const std::lock_guard guard(m_lock);
+    m_messages = messages;
+}
+
+bool PipeEnd::PeerSocket(int& duplicate) noexcept
+{
+    const std::lock_guard guard(m_lock);
+    if (!m_transport)
+    {
+        Fail(ERROR_PIPE_NOT_CONNECTED);
+        return false;
+    }
+    duplicate = fcntl(m_transport->Descriptor(), F_DUPFD_CLOEXEC, 0);
+    if (duplicate < 0)
+    {
+        FailWithErrno();
+    }
+    return duplicate >= 0;
+}
+
+void PipeEnd::Attach(Ref<PipeTransport> transport) noexcept
+{
+    m_transport = std::move(transport);
+}
+
+void PipeEnd::Detach(DWORD code, bool disconnect) noexcept
+{
+    if (!m_transport)
+    {
+        return;
+    }
+    if (m_writeWatch != 0)
+    {
+        IoThread::Running()->Remove(std::exchange(m_writeWatch, 0));
+    }
+    if (disconnect)
+    {
+        m_transport->Disconnect();
+    }
+    else
+    {
+        m_transport->Close();
+    }
+    m_transport = Ref<PipeTransport>();
+    for (Transfers* const transfers : {&m_reads, &m_writes})
+    {
+        while (!transfers->empty())
+        {
+            const auto operation = transfers->front();
+            transfers->pop_front();
+            operation->Complete(code, 0);
+        }
+    }
+}
+
+void PipeEnd::HandleClosed() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    Detach(ERROR_BROKEN_PIPE, false);
+}
+
+} // namespace Quoll::Platform

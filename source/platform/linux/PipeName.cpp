@@ -1,0 +1,344 @@
+#include "platform/linux/PipeName.h"
+
+#include "platform/linux/ErrnoTable.h"
+#include "platform/linux/Fork.h"
+#include "platform/linux/Handshake.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <new>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace Quoll::Platform
+{
+
+namespace
+{
+
+using namespace Quoll::Literals;
+
+// More strangers than this at once, and the oldest make room. A client's hello is there when its
+// connection is accepted, or a moment later.
+constexpr std::size_t mostHandshakes = 256;
+constexpr std::size_t mostWaiting = 256;
+constexpr DWORD handshakeLimit = 1000; // milliseconds
+constexpr DWORD pauseWithoutDescriptors = 50;
+constexpr int mostAcceptsAtOnce = 64; // then others get their turn
+constexpr int backlog = 4096;
+
+/// The names that this process serves.
+struct Registry
+{
+    std::mutex lock; // taken before a name's
+    std::map<std::string, Ref<PipeName>> names;
+
+    static Registry& Instance() noexcept
+    {
+        static auto& registry = *new Registry; // outlives static destruction
+        return registry;
+    }
+};
+
+/// Watches a name's listening socket.
+class Listener final : public IoSource
+{
+public:
+    explicit Listener(PipeName& name) noexcept
+        : m_name(&name)
+    {
+    }
+    void Ready() noexcept override
+    {
+        m_name->Accept();
+    }
+    void TimedOut() noexcept override
+    {
+        m_name->AcceptAgain();
+    }
+
+private:
+    Ref<PipeName> m_name;
+};
+
+} // namespace
+
+PipeName::PipeName(const PipeAddress& address, const PipeSettings& settings) noexcept
+    : m_address(address)
+    , m_settings(settings)
+{
+}
+
+PipeName::~PipeName()
+{
+    CloseOwned(m_listener);
+}
+
+bool PipeName::Join(const PipeAddress& address, const PipeSettings& settings, ServerEnd& instance) noexcept
+try
+{
+    Registry& registry = Registry::Instance();
+    const std::lock_guard guard(registry.lock);
+    if (const auto found = registry.names.find(address.Key()); found != registry.names.end())
+    {
+        return found->second->AddInstance(settings, instance);
+    }
+    const auto name = Ref<PipeName>::Adopt(new PipeName(address, settings));
+    const auto place = registry.names.emplace(address.Key(), name).first;
+    if (!name->AddInstance(settings, instance))
+    {
+        registry.names.erase(place);
+        return false;
+    }
+    if (!name->Listen())
+    {
+        const DWORD code = GetLastError();
+        instance.SetName(Ref<PipeName>());
+        registry.names.erase(place);
+        return Fail(code) != FALSE;
+    }
+    return true;
+}
+catch (const std::bad_alloc&)
+{
+    return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
+}
+
+bool PipeName::AddInstance(const PipeSettings& settings, ServerEnd& instance) noexcept
+try
+{
+    const std::lock_guard guard(m_lock);
+    if (settings.firstInstance && !m_instances.empty())
+    {
+        return Fail(ERROR_ACCESS_DENIED) != FALSE;
+    }
+    if (m_settings.maxInstances != PIPE_UNLIMITED_INSTANCES && m_instances.size() >= m_settings.maxInstances)
+    {
+        return Fail(ERROR_PIPE_BUSY) != FALSE;
+    }
+    m_instances.push_back(&instance);
+    instance.SetName(Ref<PipeName>(this));
+    return true;
+}
+catch (const std::bad_alloc&)
+{
+    return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
+}
+
+bool PipeName::Listen() noexcept
+{
+    IoThread* const thread = IoThread::Running();
+    auto* const listener = new (std::nothrow) Listener(*this);
+    if (thread == nullptr || listener == nullptr)
+    {
+        return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
+    }
+    const auto source = Ref<IoSource>::Adopt(listener);
+    m_listener = NoteOwned(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (m_listener < 0)
+    {
+        return FailWithErrno() != FALSE;
+    }
+    if (m_address.Bind(m_listener) != 0 || listen(m_listener, backlog) != 0)
+    {
+        return Fail(errno == EADDRINUSE ? ERROR_ACCESS_DENIED : FromErrno(errno)) != FALSE;
+    }
+    m_watch = thread->Add(source, m_listener, IoThread::Watch::Input);
+    return m_watch != 0;
+}
+
+void PipeName::Leave(ServerEnd& instance) noexcept
+{
+    const Ref<PipeName> self(this);
+    Registry& registry = Registry::Instance();
+    const std::lock_guard registryGuard(registry.lock);
+    const std::lock_guard guard(m_lock);
+    std::erase(m_instances, &instance);
+    if (!m_instances.empty())
+    {
+        return;
+    }
+    // The name is free for anybody when this returns.
+    registry.names.erase(m_address.Key());
+    IoThread::Running()->Remove(m_watch);
+    EndHandshakes(ERROR_FILE_NOT_FOUND);
+    CloseOwned(std::exchange(m_listener, -1));
+}
+
+void PipeName::InstanceListens() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    while (!m_waiting.empty())
+    {
+        const Ref<Handshake> waiting = m_waiting.front();
+        m_waiting.pop_front();
+        waiting->End(ERROR_SUCCESS);
+    }
+}
+
+void PipeName::EndHandshakes(DWORD code) noexcept
+{
+    for (auto* const list : {&m_handshakes, &m_waiting})
+    {
+        for (; !list->empty(); list->pop_front())
+        {
+            list->front()->End(code);
+        }
+    }
+}
+
+void PipeName::Accept() noexcept
+{
+    for (int i = 0; i < mostAcceptsAtOnce; ++i)
+    {
+        int accepted = -1;
+        {
+            const std::lock_guard guard(m_lock);
+            if (m_listener < 0)
+            {
+                return;
+            }
+            accepted = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }
+        if (accepted >= 0)
+        {
+            Greet(NoteOwned(accepted));
+        }
+        else if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS)
+        {
+            OutputDebugStringW("A pipe's server is out of descriptors; it pauses accepting clients.\r\n"_w);
+            IoThread::Running()->Pause(m_watch, true);
+            IoThread::Running()->SetTimer(m_watch, pauseWithoutDescriptors);
+            return;
+        }
+        else if (errno != EINTR && errno != ECONNABORTED)
+        {
+            return;
+        }
+    }
+}
+
+void PipeName::AcceptAgain() noexcept
+{
+    IoThread::Running()->Pause(m_watch, false);
+}
+
+void PipeName::Greet(int socket) noexcept
+try
+{
+    const auto handshake = Ref<Handshake>::Adopt(new Handshake(socket, *this));
+    HelloKind kind{};
+    const DWORD code = handshake->ReadHello(kind);
+    if (code == ERROR_SUCCESS)
+    {
+        Serve(*handshake, kind);
+    }
+    else if (code == ERROR_IO_PENDING)
+    {
+        Keep(m_handshakes, mostHandshakes, handshake, handshakeLimit);
+    }
+}
+catch (const std::bad_alloc&)
+{
+    CloseOwned(socket);
+}
+
+void PipeName::Keep(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit)
+{
+    const std::lock_guard guard(m_lock);
+    KeepLocked(list, most, handshake, limit);
+}
+
+void PipeName::KeepLocked(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit)
+{
+    if (m_listener < 0)
+    {
+        return;
+    }
+    if (list.size() >= most)
+    {
+        const Ref<Handshake> oldest = list.front();
+        list.pop_front();
+        oldest->End(ERROR_PIPE_BUSY);
+    }
+    list.push_back(handshake);
+    if (!handshake->StartWatching(limit))
+    {
+        list.pop_back();
+        handshake->End(ERROR_PIPE_BUSY);
+    }
+}
+
+bool PipeName::Admits(int socket) const noexcept
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return m_settings.openToEverybody ||
+           (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && (peer.uid == geteuid() || peer.uid == 0));
+}
+
+void PipeName::Serve(Handshake& handshake, HelloKind kind) noexcept
+try
+{
+    const Ref<Handshake> alive(&handshake);
+    const std::lock_guard guard(m_lock);
+    if (handshake.HasEnded())
+    {
+        return;
+    }
+    Remove(m_handshakes, handshake);
+    const DWORD code = Admits(handshake.Socket()) ? Answer(handshake, kind) : ERROR_ACCESS_DENIED;
+    if (code == ERROR_IO_PENDING)
+    {
+        SendAnswer(handshake.Socket(), {ERROR_IO_PENDING, m_settings.defaultTimeout});
+        handshake.Park();
+        KeepLocked(m_waiting, mostWaiting, alive, INFINITE);
+    }
+    else if (kind == HelloKind::Open && code == ERROR_SUCCESS)
+    {
+        handshake.End(); // the instance has answered
+        handshake.GiveSocketAway();
+    }
+    else
+    {
+        handshake.End(code);
+    }
+}
+catch (const std::bad_alloc&)
+{
+    Drop(handshake);
+}
+
+// With m_lock held.
+DWORD PipeName::Answer(Handshake& handshake, HelloKind kind) noexcept
+{
+    if (kind == HelloKind::Wait)
+    {
+        const auto listens = [](ServerEnd* instance) {
+            return instance->IsListening();
+        };
+        return std::ranges::any_of(m_instances, listens) ? ERROR_SUCCESS : ERROR_IO_PENDING;
+    }
+    const auto takes = [&](ServerEnd* instance) {
+        return instance->TryAttach(handshake.Socket());
+    };
+    return std::ranges::any_of(m_instances, takes) ? ERROR_SUCCESS : ERROR_PIPE_BUSY;
+}
+
+void PipeName::Remove(Handshakes& list, const Handshake& handshake) noexcept
+{
+    std::erase_if(list, [&](const auto& entry) { return entry.Get() == &handshake; });
+}
+
+void PipeName::Drop(Handshake& handshake) noexcept
+{
+    const Ref<Handshake> alive(&handshake);
+    const std::lock_guard guard(m_lock);
+    Remove(m_handshakes, handshake);
+    Remove(m_waiting, handshake);
+    handshake.End();
+}
+
+} // namespace Quoll::Platform

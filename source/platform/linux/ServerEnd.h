@@ -1,0 +1,69 @@
+// A server's instance of a pipe.
+#pragma once
+
+#include "platform/linux/PipeEnd.h"
+
+namespace Quoll::Platform
+{
+
+class PipeName;
+
+/// What the first CreateNamedPipeW of a name decides, and its buffer sizes.
+struct PipeSettings
+{
+    DWORD maxInstances = PIPE_UNLIMITED_INSTANCES;
+    DWORD outBufferSize = 0;
+    DWORD inBufferSize = 0;
+    DWORD defaultTimeout = 0;
+    bool openToEverybody = false;
+    bool firstInstance = false;
+    bool messages = false;
+};
+
+/// A server's instance.
+class ServerEnd final : public PipeEnd
+{
+public:
+    explicit ServerEnd(const PipeSettings& settings) noexcept;
+
+    BOOL Connect(OVERLAPPED& overlapped) noexcept;
+    BOOL Disconnect() noexcept;
+
+    bool IsServer() const noexcept override
+    {
+        return true;
+    }
+    void HandleClosed() noexcept override;
+
+    // With the name's lock held:
+    void SetName(Ref<PipeName> name) noexcept; // before the handle exists
+    bool IsListening() noexcept;
+    /// Gives the socket, after the answer has gone out on it, to this instance if it listens.
+    /// True if it has taken it.
+    bool TryAttach(int socket) noexcept;
+
+protected:
+    ~ServerEnd() override;
+
+private:
+    enum class State : std::uint8_t
+    {
+        Listening,
+        Connected,
+        Disconnected
+    };
+
+    class ConnectOperation;
+
+    DWORD CodeWithoutPeer() const noexcept override;
+    bool CancelOther(const OVERLAPPED* overlapped, DWORD thread) noexcept override;
+    void EndConnect(DWORD code) noexcept;
+
+    const DWORD m_outBufferSize;
+    const DWORD m_inBufferSize;
+    Ref<PipeName> m_name; // set before the handle exists
+    State m_state = State::Listening;
+    Ref<Operation> m_connect;
+};
+
+} // namespace Quoll::Platform
