@@ -106,16 +106,19 @@ struct LiteralText
 class WideLiteral : public WStringView
 {
 public:
+    /// Views static, NUL-terminated units; what the literal operator makes.
     constexpr WideLiteral(const WChar* units, std::size_t length) noexcept
         : WStringView(units, length)
     {
     }
 
     // NOLINTBEGIN(google-explicit-constructor): a literal stands wherever wide text is taken
+    /// A copy as a string.
     operator WString() const
     {
         return WString(data(), size());
     }
+    /// The units, which end in NUL, wherever a plain pointer is taken.
     // Only from a temporary: so std::basic_string sees a view, not a pointer as well, and its
     // overloads stay unambiguous.
     constexpr operator const WChar*() const&& noexcept
