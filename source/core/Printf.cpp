@@ -64,11 +64,13 @@ std::uint64_t NextUnsigned(PrintSize size, Arguments& arguments) noexcept
 void PrintInteger(PrintSink& sink, const Specification& specification, PrintNumber number, std::uint64_t value,
                   unsigned base, bool upper) noexcept
 {
+    // A pointer of its own: g++ 12 gets a conditional literal that is indexed at once wrong under UBSan.
+    const char* const alphabet = upper ? "0123456789ABCDEF" : "0123456789abcdef";
     char digits[24];
     char* first = std::end(digits);
     for (std::uint64_t rest = value; rest != 0; rest /= base)
     {
-        *--first = (upper ? "0123456789ABCDEF" : "0123456789abcdef")[rest % base];
+        *--first = alphabet[rest % base];
     }
     const auto length = static_cast<std::uint64_t>(std::end(digits) - first);
     const std::uint64_t least = specification.precision < 0 ? 1 : static_cast<std::uint64_t>(specification.precision);
