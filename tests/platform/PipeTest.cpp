@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -253,6 +253,14 @@ TEST_F(PipeContract, CancelIoReachesOnlyTheCallersOperations)
     std::thread([&] { EXPECT_TRUE(CancelIo(server)); }).join();
     EXPECT_FALSE(io.IsSet());
     EXPECT_TRUE(CancelIo(server));
+    EXPECT_EQ(io.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
+}
+
+TEST_F(PipeContract, AThreadsEndCancelsItsOperations)
+{
+    ConnectBoth();
+    Io io;
+    std::thread([&] { ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING}); }).join();
     EXPECT_EQ(io.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
 }
 

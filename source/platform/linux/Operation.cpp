@@ -3,6 +3,7 @@
 #include "platform/linux/Event.h"
 
 #include <atomic>
+#include <utility>
 
 namespace Quoll::Platform
 {
@@ -42,6 +43,7 @@ Operation::Operation(OVERLAPPED* overlapped, Ref<Event> completion) noexcept
     : m_overlapped(overlapped)
     , m_completion(std::move(completion))
     , m_thread(GetCurrentThreadId())
+    , m_starter(ThreadRecord::Current())
 {
 }
 
@@ -54,11 +56,17 @@ void Operation::Begin() noexcept
 
 void Operation::Attach() noexcept
 {
+    m_counted = true;
+    m_starter.pendingOperations.fetch_add(1, std::memory_order_relaxed);
     m_completion->AttachOperation(*this);
 }
 
 void Operation::Complete(DWORD code, std::size_t bytes) noexcept
 {
+    if (std::exchange(m_counted, false))
+    {
+        m_starter.pendingOperations.fetch_sub(1, std::memory_order_relaxed);
+    }
     m_done.store(true, std::memory_order_release);
     StoreOutcome(*m_overlapped, code, bytes);
     m_completion->CompleteOperation(*this);

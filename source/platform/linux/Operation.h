@@ -14,6 +14,7 @@ namespace Quoll::Platform
 {
 
 class Event;
+class ThreadRecord;
 class Waitable;
 
 constexpr std::uintptr_t statusPending = 0x103;
@@ -46,6 +47,7 @@ public:
     {
         return m_overlapped;
     }
+    /// The thread that started it; when that thread ends, so does the operation.
     DWORD Thread() const noexcept
     {
         return m_thread;
@@ -68,6 +70,8 @@ private:
     OVERLAPPED* const m_overlapped;
     const Ref<Event> m_completion;
     const DWORD m_thread;
+    ThreadRecord& m_starter;
+    bool m_counted = false;          // among the starter's pending ones
     Operation* m_previous = nullptr; // in the completion object's list, guarded by its lock
     Operation* m_next = nullptr;
     bool m_attached = false;

@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <new>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
 
 namespace Quoll::Platform
 {
+
+using namespace Quoll::Literals;
 
 /// A read or a write that couldn't be done at once.
 class TransferOperation : public Operation
@@ -152,6 +155,9 @@ private:
     Ref<PipeEnd> m_end;
 };
 
+constinit std::mutex openEndsLock;
+constinit PipeEnd* firstOpenEnd = nullptr; // guarded by openEndsLock
+
 } // namespace
 
 PipeEnd::PipeEnd(Ref<PipeTransport> transport, bool messages) noexcept
@@ -163,6 +169,39 @@ PipeEnd::PipeEnd(Ref<PipeTransport> transport, bool messages) noexcept
 }
 
 PipeEnd::~PipeEnd() = default;
+
+void PipeEnd::HandleOpens() noexcept
+{
+    const std::lock_guard guard(openEndsLock);
+    m_next = firstOpenEnd;
+    if (m_next != nullptr)
+    {
+        m_next->m_previous = this;
+    }
+    firstOpenEnd = this;
+}
+
+void PipeEnd::CancelAllOfThread(DWORD thread) noexcept
+try
+{
+    std::vector<Ref<PipeEnd>> ends;
+    {
+        const std::lock_guard guard(openEndsLock);
+        for (PipeEnd* end = firstOpenEnd; end != nullptr; end = end->m_next)
+        {
+            ends.emplace_back(end);
+        }
+    }
+    for (const auto& end : ends)
+    {
+        end->Cancel(nullptr, thread);
+    }
+}
+catch (const std::bad_alloc&)
+{
+    // They stay pending until they complete or their pipe is closed.
+    OutputDebugStringW("Out of memory: the operations of a thread that ends aren't cancelled.\r\n"_w);
+}
 
 Waitable* PipeEnd::WaitTarget() noexcept
 {
@@ -424,6 +463,14 @@ void PipeEnd::Detach(DWORD code, bool disconnect) noexcept
 
 void PipeEnd::HandleClosed() noexcept
 {
+    {
+        const std::lock_guard guard(openEndsLock);
+        (m_previous != nullptr ? m_previous->m_next : firstOpenEnd) = m_next;
+        if (m_next != nullptr)
+        {
+            m_next->m_previous = m_previous;
+        }
+    }
     const std::lock_guard guard(m_lock);
     Detach(ERROR_BROKEN_PIPE, false);
 }

@@ -2,8 +2,7 @@
 //
 // The thread that starts an operation does it if it can be done at once. Otherwise the operation
 // hangs on its event, and whoever waits there goes on with it; the I/O thread finishes writes that
-// nobody waits for. An operation outlives the thread that started it, until it completes or
-// is cancelled: a list per thread would cost every operation a lock.
+// nobody waits for. An operation ends with the thread that started it.
 #pragma once
 
 #include "platform/linux/Event.h"
@@ -26,11 +25,16 @@ public:
     BOOL Write(const std::byte* body, DWORD size, DWORD* written, OVERLAPPED& overlapped) noexcept;
     /// Cancels the operation with that record, or all if null, of that thread, or of all if 0.
     BOOL Cancel(const OVERLAPPED* overlapped, DWORD thread) noexcept;
+    /// The thread ends.
+    static void CancelAllOfThread(DWORD thread) noexcept;
     /// Does what can be done for the operation with that record without waiting.
     void Advance() noexcept;
     void SetReadMode(bool messages) noexcept;
     /// The process at the other end's socket; ERROR_PIPE_NOT_CONNECTED if there is none.
     bool PeerSocket(int& duplicate) noexcept;
+
+    /// Comes before the handle, and HandleClosed after it, whether it could be made or not.
+    void HandleOpens() noexcept;
 
     virtual bool IsServer() const noexcept
     {
@@ -80,6 +84,8 @@ private:
     IoThread::Id m_writeWatch = 0;
     Transfers m_reads;
     Transfers m_writes;
+    PipeEnd* m_previous = nullptr; // among all ends with an open handle
+    PipeEnd* m_next = nullptr;
 };
 
 /// The end that CreateFileW gives.

@@ -298,8 +298,7 @@ try
     }
     else if (kind == HelloKind::Open && code == ERROR_SUCCESS)
     {
-        handshake.End(); // the instance has answered
-        handshake.GiveSocketAway();
+        handshake.GiveSocketAway(); // the instance has answered
     }
     else
     {
@@ -321,6 +320,8 @@ DWORD PipeName::Answer(Handshake& handshake, HelloKind kind) noexcept
         };
         return std::ranges::any_of(m_instances, listens) ? ERROR_SUCCESS : ERROR_IO_PENDING;
     }
+    // No longer watched before an instance has it: its new owner may close it at any moment.
+    handshake.End();
     const auto takes = [&](ServerEnd* instance) {
         return instance->TryAttach(handshake.Socket());
     };

@@ -53,6 +53,7 @@ HANDLE CreateInstance(const PipeAddress& address, const PipeSettings& settings) 
     {
         return INVALID_HANDLE_VALUE;
     }
+    instance->HandleOpens();
     const HANDLE handle = HandleTable::Insert(Ref<Object>(instance.Get()));
     if (handle == nullptr)
     {

@@ -2,6 +2,7 @@
 
 #include "platform/linux/Fork.h"
 #include "platform/linux/Mutex.h"
+#include "platform/linux/PipeEnd.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -81,6 +82,10 @@ struct ThreadRecordPool
     void Return(ThreadRecord* record) noexcept
     {
         Mutex::AbandonAll(*record);
+        if (record->pendingOperations.load(std::memory_order_relaxed) != 0)
+        {
+            PipeEnd::CancelAllOfThread(GetCurrentThreadId());
+        }
         current = nullptr;
         const std::lock_guard guard(lock);
         record->m_nextFree = std::exchange(free, record);

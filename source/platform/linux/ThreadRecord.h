@@ -52,6 +52,9 @@ public:
 
     Parker parker;
 
+    /// Operations that this thread started and that are pending.
+    std::atomic<std::uint32_t> pendingOperations{0};
+
     std::mutex ownedLock;
     Mutex* firstOwned = nullptr; // guarded by ownedLock
 
