@@ -7,22 +7,33 @@
 
 #include <cstdint>
 
+struct HINSTANCE__;
+struct SC_HANDLE__;
+
+using HMODULE = HINSTANCE__*;
+using SC_HANDLE = SC_HANDLE__*;
+
 #if defined(_WIN32)
 
 struct _FILETIME;
 struct _SYSTEMTIME;
 struct _OVERLAPPED;
 struct _EXCEPTION_POINTERS;
+struct _ACL;
 
 using HANDLE = void*;
 using FILETIME = _FILETIME;
 using SYSTEMTIME = _SYSTEMTIME;
 using OVERLAPPED = _OVERLAPPED;
 using EXCEPTION_POINTERS = _EXCEPTION_POINTERS;
+using ACL = _ACL;
 
 #else
 
 using HANDLE = void*;
+
+/// An access control list; what it holds is the platform layer's own.
+struct ACL;
 
 /// 100-nanosecond ticks since 1601-01-01 UTC, in two halves.
 struct FILETIME

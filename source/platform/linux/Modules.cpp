@@ -99,8 +99,3 @@ BOOL FreeResource(HGLOBAL) noexcept
 {
     return FALSE;
 }
-
-BOOL CloseServiceHandle(SC_HANDLE) noexcept
-{
-    return Fail(ERROR_INVALID_HANDLE);
-}

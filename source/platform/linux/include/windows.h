@@ -15,6 +15,7 @@
 #include "win32/modules.h"
 #include "win32/pipes.h"
 #include "win32/security.h"
+#include "win32/services.h"
 #include "win32/text.h"
 #include "win32/time.h"
 #include "win32/waits.h"

@@ -3,9 +3,6 @@
 
 #include "types.h"
 
-using SC_HANDLE = struct SC_HANDLE__*;
-using HRSRC = struct HRSRC__*;
-
 extern "C"
 {
     /// Knows the platform modules whose calls this layer provides by name; others give
@@ -20,6 +17,4 @@ extern "C"
 
     /// Frees nothing and gives FALSE, as the platform's own has done since 16-bit days.
     BOOL FreeResource(HGLOBAL resource) noexcept;
-    /// There is no service manager, hence no valid handle of one.
-    BOOL CloseServiceHandle(SC_HANDLE handle) noexcept;
 }

@@ -3,7 +3,6 @@
 
 #include "types.h"
 
-struct ACL;
 using PACL = ACL*;
 
 struct SECURITY_DESCRIPTOR

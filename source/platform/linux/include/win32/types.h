@@ -35,7 +35,6 @@ using LPOVERLAPPED = OVERLAPPED*;
 using HLOCAL = void*;
 using HGLOBAL = void*;
 using PSID = void*;
-using HMODULE = struct HINSTANCE__*;
 using FARPROC = std::intptr_t (*)();
 
 static_assert(sizeof(DWORD) == 4 && sizeof(LONG) == 4 && sizeof(WCHAR) == 2);
