@@ -4,7 +4,7 @@
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's --wrap gives these names
 
 #define WRAPPED_CALL(result, name, parameters)                                                                         \
-    extern "C" result __real_##name parameters noexcept __attribute__((weak));                                         \
+    extern "C" result __real_##name parameters noexcept;                                                               \
     extern "C" result __wrap_##name parameters noexcept;                                                               \
     result __wrap_##name parameters noexcept
 
