@@ -104,26 +104,38 @@ bool AppendNative(std::string& native, WStringView path)
     return true;
 }
 
-// Removes what stands before the path proper. The last error is set where that names no place.
-bool RemovePrefix(WString& path)
+bool HasDrive(WStringView path) noexcept
 {
-    if (path.starts_with("\\\\?\\"_w))
+    const WChar letter = path.size() >= 2 && path[1] == ':' ? path[0] : WChar{};
+    return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+}
+
+// Removes what stands before the path proper. The code of the failure where that names no place.
+DWORD RemovePrefix(WString& path)
+{
+    if (path.starts_with("\\\\?\\"_w) || path.starts_with("\\\\.\\"_w))
     {
+        const bool verbatim = path[2] == '?';
         path.erase(0, 4);
+        if (!verbatim || !HasDrive(path))
+        {
+            return verbatim && StartsWithNoCase(path, "unc\\"_w) ? ERROR_BAD_NETPATH : ERROR_INVALID_NAME;
+        }
     }
     else if (path.starts_with("\\\\"_w))
     {
-        return Fail(ERROR_BAD_NETPATH) != FALSE;
+        return ERROR_BAD_NETPATH;
     }
-    if (path.size() >= 2 && path[1] == ':')
+    if (HasDrive(path))
     {
-        if (ToLowerUnit(path[0]) != 'c')
+        if (path[0] != 'C' && path[0] != 'c')
         {
-            return Fail(ERROR_PATH_NOT_FOUND) != FALSE;
+            return ERROR_PATH_NOT_FOUND;
         }
         path.erase(0, 2);
+        path = path.empty() ? WString("."_w) : path; // the drive's current folder
     }
-    return true;
+    return ERROR_SUCCESS;
 }
 
 } // namespace
@@ -136,6 +148,10 @@ WString PathFromNative(const std::filesystem::path& native)
         path = "C:"_w;
     }
     AppendText(path, native.native());
+    if (!native.is_absolute() && HasDrive(path))
+    {
+        path.insert(0, ".\\"_w); // a host name that only looks like a drive
+    }
     return path;
 }
 
@@ -150,9 +166,9 @@ bool PathToNative(WStringView path, std::filesystem::path& native)
         }
         unit = unit == '/' ? WChar{'\\'} : unit;
     }
-    if (!RemovePrefix(rest))
+    if (const DWORD error = RemovePrefix(rest))
     {
-        return false;
+        return Fail(error) != FALSE;
     }
     std::string bytes;
     WStringView proper = rest;

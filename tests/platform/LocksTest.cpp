@@ -1,0 +1,74 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace Quoll::Tests
+{
+
+namespace
+{
+
+TEST(CriticalSectionContract, IsReleasedByAsManyLeavesAsEnters)
+{
+    CRITICAL_SECTION section;
+    ASSERT_TRUE(InitializeCriticalSectionAndSpinCount(&section, 4000));
+    EnterCriticalSection(&section);
+    EnterCriticalSection(&section);
+    std::atomic<int> step = 0;
+    std::atomic<int> seen = -1;
+    std::thread other([&] {
+        EnterCriticalSection(&section);
+        seen = step.load();
+        LeaveCriticalSection(&section);
+    });
+    LeaveCriticalSection(&section);
+    step = 1;
+    LeaveCriticalSection(&section);
+    other.join();
+    EXPECT_EQ(seen, 1);
+    DeleteCriticalSection(&section);
+}
+
+// Writers keep two counters equal; a reader that sees them differ was let in beside a writer.
+TEST(SlimLockContract, ReadersSeeWholeWrites)
+{
+    SRWLOCK lock;
+    InitializeSRWLock(&lock);
+    int first = 0;
+    int second = 0;
+    std::atomic<int> torn = 0;
+    const auto work = [&](bool writes) {
+        for (int round = 0; round < 5000; ++round)
+        {
+            if (writes)
+            {
+                AcquireSRWLockExclusive(&lock);
+                ++first;
+                ++second;
+                ReleaseSRWLockExclusive(&lock);
+            }
+            else
+            {
+                AcquireSRWLockShared(&lock);
+                torn += first != second ? 1 : 0;
+                ReleaseSRWLockShared(&lock);
+            }
+        }
+    };
+    std::vector<std::jthread> threads;
+    for (const bool writes : {true, false, true, false})
+    {
+        threads.emplace_back(work, writes);
+    }
+    threads.clear();
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(first, 10000);
+}
+
+} // namespace
+
+} // namespace Quoll::Tests
