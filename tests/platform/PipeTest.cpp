@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <string>
 #include <thread>
@@ -198,6 +199,48 @@ TEST_F(PipeContract, AnImmediatePieceSetsTheEventAndAStartedReadResetsIt)
     EXPECT_FALSE(io.IsSet());
     Write(client, "end");
     EXPECT_EQ(io.Result(server), Outcome(ERROR_SUCCESS, 3));
+}
+
+TEST_F(PipeContract, AReadStartedWhileAnotherThreadWaitsOnItsEventReachesThatThread)
+{
+    ConnectBoth();
+    Io io;
+    const HANDLE started = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread waiter([&] {
+        SetEvent(started);
+        EXPECT_EQ(WaitForSingleObject(io.record.hEvent, limit), WAIT_OBJECT_0);
+    });
+    WaitForSingleObject(started, limit);
+    for (int i = 0; i < 100; ++i)
+    {
+        std::this_thread::yield(); // so that the waiter sleeps by now, more often than not
+    }
+    ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING});
+    Write(client, "wake");
+    waiter.join();
+    EXPECT_EQ(io.Result(server), Outcome(ERROR_SUCCESS, 4));
+    CloseHandle(started);
+}
+
+TEST_F(PipeContract, AWaitForAllTakesOperationsAndPlainEventsTogether)
+{
+    ConnectBoth();
+    Io atServer;
+    Io atClient;
+    const HANDLE plain = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ASSERT_EQ(StartRead(server, atServer), DWORD{ERROR_IO_PENDING});
+    ASSERT_EQ(StartRead(client, atClient), DWORD{ERROR_IO_PENDING});
+    std::thread others([&] {
+        Write(client, "one");
+        SetEvent(plain);
+        Write(server, "two");
+    });
+    const std::array<HANDLE, 3> all{atServer.record.hEvent, plain, atClient.record.hEvent};
+    EXPECT_EQ(WaitForMultipleObjects(3, all.data(), TRUE, limit), WAIT_OBJECT_0);
+    others.join();
+    EXPECT_EQ(atServer.Result(server), Outcome(ERROR_SUCCESS, 3));
+    EXPECT_EQ(atClient.Result(client), Outcome(ERROR_SUCCESS, 3));
+    CloseHandle(plain);
 }
 
 TEST_F(PipeContract, OneMebibyteCrossesASmallPipe)
