@@ -57,7 +57,7 @@ const std::error_category& Win32Category() noexcept
 
 std::string ErrorText(const std::string& context, std::uint32_t code)
 {
-    std::string text = context.c_str();
+    std::string text = context.substr(0, context.find('\0'));
     if (!text.empty())
     {
         text += ": ";

@@ -86,6 +86,7 @@ DataPaginationException& DataPaginationException::operator=(const DataPagination
 DataPaginationException::~DataPaginationException() = default;
 
 MathError::MathError(const char* message)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): a member that keeps the text
     : m_message(OrUnknown(message))
 {
 }

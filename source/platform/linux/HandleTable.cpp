@@ -111,7 +111,7 @@ void Recycle(Slot& slot) noexcept
 
 } // namespace
 
-HANDLE HandleTable::Insert(Ref<Object> object) noexcept
+HANDLE HandleTable::Insert(const Ref<Object>& object) noexcept
 {
     PrepareForFork();
     if (!IsValid())

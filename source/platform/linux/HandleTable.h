@@ -20,7 +20,7 @@ public:
     struct Slot;
 
     /// Gives the object a handle; null with the last error set if the table is full.
-    static HANDLE Insert(Ref<Object> object) noexcept;
+    static HANDLE Insert(const Ref<Object>& object) noexcept;
     static BOOL Close(HANDLE handle) noexcept;
 
     /// Null, with ERROR_INVALID_HANDLE, for a value that names nothing.

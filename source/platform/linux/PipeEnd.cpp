@@ -252,7 +252,7 @@ BOOL PipeEnd::Write(const std::byte* body, DWORD size, DWORD* written, OVERLAPPE
 }
 
 // With m_lock held. Transfers of one direction are done in their order.
-BOOL PipeEnd::Start(Transfers& transfers, Ref<TransferOperation> operation, DWORD* transferred) noexcept
+BOOL PipeEnd::Start(Transfers& transfers, const Ref<TransferOperation>& operation, DWORD* transferred) noexcept
 try
 {
     if (!operation)

@@ -74,7 +74,7 @@ protected:
 private:
     using Transfers = std::deque<Ref<TransferOperation>>;
 
-    BOOL Start(Transfers& transfers, Ref<TransferOperation> operation, DWORD* transferred) noexcept;
+    BOOL Start(Transfers& transfers, const Ref<TransferOperation>& operation, DWORD* transferred) noexcept;
     void Settle(Transfers& transfers) noexcept; // with m_lock held
     bool CancelIn(Transfers& transfers, const OVERLAPPED* overlapped, DWORD thread) noexcept;
     void WatchWrites() noexcept; // with m_lock held

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <map>
 #include <new>
+#include <utility>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -65,8 +66,8 @@ private:
 
 } // namespace
 
-PipeName::PipeName(const PipeAddress& address, const PipeSettings& settings) noexcept
-    : m_address(address)
+PipeName::PipeName(PipeAddress address, const PipeSettings& settings) noexcept
+    : m_address(std::move(address))
     , m_settings(settings)
 {
 }
@@ -130,8 +131,8 @@ catch (const std::bad_alloc&)
 bool PipeName::Listen() noexcept
 {
     IoThread* const thread = IoThread::Running();
-    auto* const listener = new (std::nothrow) Listener(*this);
-    if (thread == nullptr || listener == nullptr)
+    auto* const listener = thread == nullptr ? nullptr : new (std::nothrow) Listener(*this);
+    if (listener == nullptr)
     {
         return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
     }

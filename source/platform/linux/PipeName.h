@@ -39,7 +39,7 @@ public:
 private:
     using Handshakes = std::list<Ref<Handshake>>;
 
-    PipeName(const PipeAddress& address, const PipeSettings& settings) noexcept;
+    PipeName(PipeAddress address, const PipeSettings& settings) noexcept;
     ~PipeName() override;
 
     bool Listen() noexcept;

@@ -53,10 +53,11 @@ bool PipeAddress::HasPipePrefix(LPCWSTR name) noexcept
 {
     for (const WCHAR expected : WStringView(pipePrefix))
     {
-        if (*name == 0 || ToLowerUnit(*name++) != expected)
+        if (*name == 0 || ToLowerUnit(*name) != expected)
         {
             return false;
         }
+        ++name;
     }
     return true;
 }
