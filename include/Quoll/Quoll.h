@@ -7,6 +7,7 @@
 #include "Quoll/InvalidParameter.h"
 #include "Quoll/Locks.h"
 #include "Quoll/SharedHandle.h"
+#include "Quoll/StringUtilities.h"
 #include "Quoll/StructuredException.h"
 #include "Quoll/Synchronization.h"
 #include "Quoll/WideString.h"
