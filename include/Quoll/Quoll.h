@@ -6,6 +6,7 @@
 #include "Quoll/HandleDeleters.h"
 #include "Quoll/InvalidParameter.h"
 #include "Quoll/Locks.h"
+#include "Quoll/NativePath.h"
 #include "Quoll/SharedHandle.h"
 #include "Quoll/StringUtilities.h"
 #include "Quoll/StructuredException.h"
