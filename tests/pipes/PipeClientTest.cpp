@@ -1,0 +1,317 @@
+#include "Quoll/PipeClient.h"
+
+#include "Quoll/PipeServer.h"
+
+#include "pipes/PipeSupport.h"
+#include "support/Eventually.h"
+#include "support/ForcedFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace Quoll::Tests
+{
+
+using namespace Utilities;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+namespace
+{
+
+std::string Bytes(const WString& text)
+{
+    return {text.begin(), text.end()};
+}
+
+// Reads on the server's end by the same class: a client may adopt any pipe's end.
+struct Peers : ConnectedPipe
+{
+    explicit Peers(DWORD bufferSize = 4096, unsigned int timeout = 20000)
+        : ConnectedPipe(bufferSize, timeout)
+        , other("adopted"_w, 20000)
+    {
+        other.Open(server->pipe);
+    }
+
+    AsyncNamedPipeClient other;
+};
+
+TEST(PipeClient, HasDefaults)
+{
+    AsyncNamedPipeClient client("name"_w, 0);
+    EXPECT_EQ(client.GetTimeout(), 5000u);
+    EXPECT_EQ(client.GetEncoding(), NamedPipeMessageEncoding::Utf8);
+    EXPECT_FALSE(client.IsInitialized());
+    client.SetTimeout(17);
+    client.SetEncoding(NamedPipeMessageEncoding::Utf16);
+    EXPECT_EQ(client.GetTimeout(), 17u);
+    EXPECT_EQ(client.GetEncoding(), NamedPipeMessageEncoding::Utf16);
+    EXPECT_EQ(TextOf<std::runtime_error>([] { AsyncNamedPipeClient(""_w, 1); }), "Named pipe name should not be empty");
+}
+
+TEST(PipeClient, TriesFiveTimesToFindAServer)
+{
+    const WString name = UniquePipeName();
+    AsyncNamedPipeClient client(name, 100);
+    const auto begin = Clock::now();
+    const auto text = TextOf<Win32Exception>([&] { client.Open(SharedHandle()); });
+    EXPECT_GE(Clock::now() - begin, milliseconds(990));
+    EXPECT_TRUE(text.starts_with("Failed to connect to the pipe: " + Bytes(name))) << text;
+    EXPECT_EQ(CodeOf([&] { client.Open(SharedHandle()); }), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_FALSE(client.IsInitialized());
+}
+
+TEST(PipeClient, WaitsForAFreeInstance)
+{
+    const WString name = UniquePipeName();
+    const SharedHandle server = CreateServerEnd(name, 1);
+    AsyncNamedPipeClient first(name, 20000);
+    first.Open(SharedHandle());
+    AsyncNamedPipeClient second(name, 20000);
+    const auto opened = TaskScheduler::Run([&second] { second.Open(SharedHandle()); }, TaskPlacement::Pool);
+    EXPECT_FALSE(opened.WaitFor(50));
+    ASSERT_TRUE(::DisconnectNamedPipe(server.get()));
+    NamedPipeInstance instance;
+    instance.pipe = server;
+    ASSERT_TRUE(instance.CreateIoEvent());
+    const BOOL connected = ::ConnectNamedPipe(server.get(), instance.GetOverlapped());
+    ASSERT_TRUE(connected || ::GetLastError() == ERROR_IO_PENDING || ::GetLastError() == ERROR_PIPE_CONNECTED);
+    EXPECT_NO_THROW(opened.get());
+    EXPECT_TRUE(second.IsInitialized());
+    second.Close();
+    ::CancelIoEx(server.get(), instance.GetOverlapped());
+    DWORD count = 0;
+    ::GetOverlappedResult(server.get(), instance.GetOverlapped(), &count, TRUE);
+}
+
+TEST(PipeClient, GivesUpOnABusyPipe)
+{
+    const WString name = UniquePipeName();
+    const SharedHandle server = CreateServerEnd(name, 1);
+    AsyncNamedPipeClient first(name, 100);
+    first.Open(SharedHandle());
+    AsyncNamedPipeClient second(name, 20);
+    EXPECT_EQ(CodeOf([&] { second.Open(SharedHandle()); }), DWORD{ERROR_SEM_TIMEOUT});
+}
+
+TEST(PipeClient, RefusesAServerAtOnce)
+{
+    const WString name = UniquePipeName();
+    const SharedHandle server = CreateServerEnd(name);
+    AsyncNamedPipeClient client(name, 1000);
+    int asked = 0;
+    client.SetAuthenticatePipe([&asked](const SharedHandle& pipe, bool isServer) {
+        EXPECT_TRUE(pipe.IsValid());
+        EXPECT_FALSE(isServer);
+        ++asked;
+        return false;
+    });
+    std::optional<Win32Exception> refusal;
+    try
+    {
+        client.Open(SharedHandle());
+    }
+    catch (const Win32Exception& exception)
+    {
+        refusal = exception;
+    }
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(refusal->GetErrorCode(), 191u);
+    EXPECT_TRUE(std::string(refusal->what())
+                    .starts_with("Error opening named pipe: " + Bytes(name) + ". Signature is invalid"));
+    EXPECT_EQ(asked, 1);
+    EXPECT_FALSE(client.IsInitialized());
+}
+
+TEST(PipeClient, OpensOnce)
+{
+    ConnectedPipe pipe;
+    int asked = 0;
+    pipe.client.SetAuthenticatePipe([&asked](const SharedHandle&, bool) { return ++asked != 0; });
+    pipe.client.Open(SharedHandle());
+    EXPECT_EQ(asked, 0);
+    pipe.client.Close();
+    EXPECT_FALSE(pipe.client.IsInitialized());
+    pipe.client.Close();
+}
+
+TEST(PipeClient, ReadsMessagesOfAnyLength)
+{
+    Peers peers;
+    for (const auto encoding : {NamedPipeMessageEncoding::Utf8, NamedPipeMessageEncoding::Utf16})
+    {
+        peers.client.SetEncoding(encoding);
+        peers.other.SetEncoding(encoding);
+        for (const std::size_t size : {std::size_t{1}, std::size_t{4096}, std::size_t{4097}, std::size_t{10000}})
+        {
+            const WString message(size, WChar('m'));
+            const auto written = peers.other.WriteMessage(message, true);
+            EXPECT_EQ(peers.client.ReadMessageSync(), message);
+            written.get();
+        }
+    }
+}
+
+TEST(PipeClient, DamagesASequenceAcrossAChunkOnly)
+{
+    Peers peers(65536);
+    const WString message = WString(4095, WChar('a')) + "é"_w + "rest"_w;
+    peers.other.WriteMessageSync(message, true);
+    EXPECT_EQ(peers.client.ReadMessageSync(), WString(4095, WChar('a')) + "\uFFFD\uFFFDrest"_w);
+    peers.client.SetEncoding(NamedPipeMessageEncoding::Utf16);
+    peers.other.SetEncoding(NamedPipeMessageEncoding::Utf16);
+    const WString pair = WString(4095, WChar('a')) + "😀"_w;
+    peers.other.WriteMessageSync(pair, true);
+    EXPECT_EQ(peers.client.ReadMessageSync(), pair);
+}
+
+TEST(PipeClient, LosesNothingToATimeOut)
+{
+    Peers peers(4096, 20);
+    EXPECT_EQ(TextOf<std::runtime_error>([&] { peers.client.ReadMessage().get(); }),
+              "Timeout expired while reading from named pipe");
+    peers.other.WriteMessageSync("late"_w, true);
+    peers.client.SetTimeout(20000);
+    EXPECT_EQ(peers.client.ReadMessageSync(), "late"_w);
+}
+
+TEST(PipeClient, GivesUpAWriteThatNobodyTakes)
+{
+    Peers peers(512, 50);
+    const WString message(1 << 21, WChar('w'));
+    EXPECT_EQ(TextOf<std::runtime_error>([&] { peers.client.WriteMessage(message, true).get(); }),
+              "Timeout 50 expired while writing to named pipe");
+    const auto begin = Clock::now();
+    peers.client.Close();
+    EXPECT_LT(Clock::now() - begin, seconds(5));
+}
+
+TEST(PipeClient, WritesWithoutWaiting)
+{
+    Peers peers(512);
+    const WString message(1 << 20, WChar('w'));
+    const auto begin = Clock::now();
+    for (int i = 0; i < 3; ++i)
+    {
+        peers.client.WriteMessage(message, false).get();
+    }
+    EXPECT_LT(Clock::now() - begin, seconds(10));
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(peers.other.ReadMessageSync(), message);
+    }
+    peers.client.WriteMessage(message, false).get();
+    peers.client.Close();
+}
+
+TEST(PipeClient, TellsThatTheServerHasGone)
+{
+    {
+        Peers peers;
+        ASSERT_TRUE(::DisconnectNamedPipe(peers.server->pipe.get()));
+        EXPECT_TRUE(
+            TextOf<Win32Exception>([&] { peers.client.WriteMessageSync("x"_w, true); }).starts_with("Disconnected"));
+    }
+    {
+        ConnectedPipe pipe;
+        pipe.server->pipe = SharedHandle();
+        EXPECT_EQ(CodeOf([&] { pipe.client.ReadMessageSync(); }), DWORD{ERROR_BROKEN_PIPE});
+        EXPECT_TRUE(TextOf<Win32Exception>([&] {
+                        pipe.client.WriteMessageSync("x"_w, true);
+                    }).starts_with("Error writing to named pipe"));
+        EXPECT_TRUE(pipe.client.IsInitialized());
+        pipe.client.Close();
+        EXPECT_EQ(CodeOf([&] { pipe.client.ReadMessage().get(); }), DWORD{ERROR_INVALID_HANDLE});
+    }
+}
+
+TEST(PipeClient, TasksOutliveTheClient)
+{
+    Peers peers;
+    std::optional<Task<WString>> read;
+    {
+        AsyncNamedPipeClient client("adopted"_w, 20000);
+        client.Open(peers.server->pipe);
+        read = client.ReadMessage();
+        peers.client.WriteMessageSync("last"_w, true);
+        read->WaitFor(50);
+    }
+    try
+    {
+        EXPECT_EQ(read->get(), "last"_w);
+    }
+    catch (const Win32Exception& exception)
+    {
+        EXPECT_EQ(exception.GetErrorCode(), DWORD{ERROR_INVALID_HANDLE}); // it started too late
+    }
+}
+
+TEST(PipeClient, ReportsFailuresOfThePlatform)
+{
+    const struct
+    {
+        ForcedCall call;
+        const char* text;
+        void (*action)(ConnectedPipe&);
+    } cases[] = {
+        {ForcedCall::ReadFile, "Error reading from named pipe",
+         [](ConnectedPipe& pipe) {
+             pipe.client.ReadMessageSync();
+         }},
+        {ForcedCall::WaitForSingleObject, "Error reading from named pipe",
+         [](ConnectedPipe& pipe) {
+             pipe.client.ReadMessageSync();
+         }},
+        {ForcedCall::WriteFile, "Error writing to named pipe",
+         [](ConnectedPipe& pipe) {
+             pipe.client.WriteMessageSync("x"_w, true);
+         }},
+        {ForcedCall::CreateEventW, "Error reading from named pipe",
+         [](ConnectedPipe& pipe) {
+             pipe.client.ReadMessageSync();
+         }},
+        {ForcedCall::CreateFileW, "Error opening named pipe: ",
+         [](ConnectedPipe& pipe) {
+             pipe.client.Close();
+             pipe.client.Open(SharedHandle());
+         }},
+        {ForcedCall::SetNamedPipeHandleState, "Failed to change NamedPipe state",
+         [](ConnectedPipe& pipe) {
+             pipe.client.Close();
+             pipe.client.Open(pipe.server->pipe);
+         }},
+    };
+    for (const auto& [call, text, action] : cases)
+    {
+        ConnectedPipe pipe;
+        const ForcedFailure failure(call, ERROR_GEN_FAILURE, {.threads = FailingThreads::Calling});
+        const auto thrown = TextOf<Win32Exception>([&] { action(pipe); });
+        EXPECT_TRUE(thrown.starts_with(text)) << thrown << ", expected " << text;
+        EXPECT_EQ(failure.Failures(), 1u) << text;
+    }
+}
+
+TEST(PipeClient, ReportsAFailedEndOfAWrite)
+{
+    Peers peers(512);
+    const WString message(1 << 20, WChar('w'));
+    const auto read = TaskScheduler::Run([&peers] { return peers.other.ReadMessageSync(); }, TaskPlacement::Pool);
+    {
+        const ForcedFailure failure(ForcedCall::GetOverlappedResult, ERROR_GEN_FAILURE,
+                                    {.threads = FailingThreads::Calling});
+        EXPECT_TRUE(TextOf<Win32Exception>([&] {
+                        peers.client.WriteMessageSync(message, true);
+                    }).starts_with("Error writing to named pipe"));
+    }
+    EXPECT_EQ(read.get(), message);
+}
+
+} // namespace
+
+} // namespace Quoll::Tests
