@@ -15,6 +15,8 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
 if(QUOLL_SANITIZE)
     add_compile_options(-fsanitize=${QUOLL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    # g++ 12 warns wrongly inside <regex> and <functional> once their code is instrumented.
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     add_link_options(-fsanitize=${QUOLL_SANITIZE})
 endif()
 
