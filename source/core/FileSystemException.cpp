@@ -13,23 +13,30 @@ namespace Quoll::Utilities
 namespace
 {
 
-// The standard base prints its paths while it is constructed, and throws for one that it can't.
-std::filesystem::path BasePath(const WString& path)
+bool IsPrintable(const std::filesystem::path& path)
 {
     try
     {
-        std::filesystem::path native;
-        if (Platform::PathToNative(path, native))
-        {
-            static_cast<void>(native.u8string());
-            return native;
-        }
+        static_cast<void>(path.u8string());
+        return true;
     }
     catch (const std::system_error&)
     {
+        return false;
     }
     catch (const std::range_error&)
     {
+        return false;
+    }
+}
+
+// The standard base prints its paths while it is constructed, and throws for one that it can't.
+std::filesystem::path BasePath(const WString& path)
+{
+    std::filesystem::path native;
+    if (Platform::PathToNative(path, native) && IsPrintable(native))
+    {
+        return native;
     }
     return StringUtilities::TruncateToAscii(path);
 }

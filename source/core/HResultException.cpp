@@ -6,7 +6,7 @@ namespace Quoll::Utilities
 
 HResultException::HResultException(const std::string& message, std::int32_t errorCode)
     : m_errorCode(errorCode)
-    , m_message(std::string(message.c_str()) + ". Error Code: " + StringUtilities::ToHexStr(errorCode))
+    , m_message(message.substr(0, message.find('\0')) + ". Error Code: " + StringUtilities::ToHexStr(errorCode))
 {
 }
 

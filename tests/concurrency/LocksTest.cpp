@@ -44,6 +44,7 @@ int CountUnder(Lock lock, Unlock unlock)
     constexpr int threads = 4;
     int counter = 0;
     std::vector<std::jthread> workers;
+    workers.reserve(threads);
     for (int i = 0; i < threads; ++i)
     {
         workers.emplace_back([&] {
