@@ -116,6 +116,7 @@ private:
     void Invoke() override
     {
         // The function's captures go as soon as it has ended, not with the last reference.
+        // NOLINTNEXTLINE(bugprone-unchecked-optional-access): a task is invoked once
         Function function(std::move(*m_function));
         m_function.reset();
         if constexpr (std::is_void_v<Result>)

@@ -41,6 +41,7 @@ consumer_checks() { # preset: debug or windows
         -DCMAKE_PREFIX_PATH="$installed" "${toolchain[@]}"
     check_step "the project builds" quietly cmake --build "$consumer/build"
     check_step "its program runs" "run_consumer_$system" "$consumer/build/consumer"
+    check_step "the README's example runs" "run_consumer_$system" "$consumer/build/example"
     if [ "$system" = windows ]; then
         check_step "its program that includes windows.h first runs" run_consumer_windows \
             "$consumer/build/consumer_windows_first"

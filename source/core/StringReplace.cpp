@@ -56,14 +56,13 @@ void StringUtilities::ReplaceAll(WString& text, const WString& search, const WSt
     WString done;
     WString pending(text.rbegin(), text.rend());
     const WString inserted(replacement.rbegin(), replacement.rend());
-    const WString sought = search;
     while (!pending.empty())
     {
         done.push_back(pending.back());
         pending.pop_back();
-        if (done.back() == sought.back() && done.ends_with(sought))
+        if (done.back() == search.back() && done.ends_with(search))
         {
-            done.resize(done.size() - sought.size());
+            done.resize(done.size() - search.size());
             pending.append(inserted);
         }
         if (done.size() + pending.size() > LongestReplaced && done.size() + pending.size() > text.size())

@@ -42,7 +42,7 @@ std::shared_ptr<MultiClientPipe> MultiClientPipe::Create(const WString& pipeServ
 
 MultiClientPipe::~MultiClientPipe()
 {
-    Stop();
+    MultiClientPipe::Stop();
 }
 
 void MultiClientPipe::Start(const ClientAuthentication& clientAuthentication,

@@ -35,7 +35,7 @@ AsyncNamedPipeClient::~AsyncNamedPipeClient()
 {
     if (m_instance)
     {
-        Close();
+        AsyncNamedPipeClient::Close();
     }
 }
 

@@ -58,7 +58,7 @@ MultiClientNamedPipeServer::Create(const WString& name, MessageCallback messageC
 
 MultiClientNamedPipeServer::~MultiClientNamedPipeServer()
 {
-    Stop();
+    MultiClientNamedPipeServer::Stop();
 }
 
 void MultiClientNamedPipeServer::Start(const AuthenticationCallback& authentication)

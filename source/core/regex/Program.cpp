@@ -14,7 +14,7 @@ void UnitClass::Add(UnitRange range)
     }
 }
 
-void UnitClass::Add(std::vector<UnitRange> ranges, bool complement)
+void UnitClass::Add(const std::vector<UnitRange>& ranges, bool complement)
 {
     unsigned next = 0;
     for (const UnitRange& range : ranges) // in rising order

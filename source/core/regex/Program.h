@@ -16,7 +16,7 @@ class UnitClass
 public:
     void Add(UnitRange range);
     // Adds the ranges, or all units but those.
-    void Add(std::vector<UnitRange> ranges, bool complement);
+    void Add(const std::vector<UnitRange>& ranges, bool complement);
     void Complement();
 
     bool Contains(WChar unit) const noexcept;
