@@ -74,7 +74,7 @@ void SendLines(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istrea
         throw std::runtime_error("the file can't be read");
     }
     Demo::Say(SERVICE, "every line came back right");
-    if (!sender.Ask(endpoint, WString((1024 * 1024) / sizeof(Quoll::WChar), Quoll::WChar('m'))))
+    if (!sender.Ask(endpoint, WString(std::size_t{1024} * 1024 / sizeof(Quoll::WChar), Quoll::WChar('m'))))
     {
         throw std::runtime_error("the message of 1 MiB didn't come back right");
     }
