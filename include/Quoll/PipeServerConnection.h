@@ -31,6 +31,7 @@
 namespace Quoll::Utilities
 {
 
+class AsyncIOBuffer;
 class KeptWrites;
 struct PipeWrite;
 
@@ -141,6 +142,7 @@ private:
     const LogCallback m_logCallback;
     std::atomic<bool> m_dropReported{false};
     std::atomic<bool> m_ended{false};
+    std::unique_ptr<AsyncIOBuffer> m_readBuffer; // under the I/O lock; made at the first read
     std::unique_ptr<KeptWrites> m_keptWrites;
 };
 

@@ -44,11 +44,8 @@ AsyncIOBuffer::~AsyncIOBuffer() = default;
 
 void AsyncIOBuffer::Clear() noexcept
 {
-    if (!m_clean)
-    {
-        std::memset(m_bytes.data(), 0, m_bytes.size());
-        m_clean = true;
-    }
+    std::memset(m_bytes.data(), 0, m_used);
+    m_used = 0;
 }
 
 WString AsyncIOBuffer::AsWideString() const
@@ -59,7 +56,7 @@ WString AsyncIOBuffer::AsWideString() const
         return Widen(std::string_view(text, std::strlen(text)));
     }
     // Units as they are: the halves of a surrogate pair that a chunk's end cut meet again.
-    WString text(m_bytes.size() / sizeof(WChar), WChar());
+    WString text((m_used + 1) / sizeof(WChar), WChar());
     std::memcpy(text.data(), m_bytes.data(), text.size() * sizeof(WChar));
     text.resize(std::char_traits<WChar>::length(text.c_str()));
     return text;
@@ -72,8 +69,13 @@ std::uint32_t AsyncIOBuffer::PayloadSize() const noexcept
 
 std::byte* AsyncIOBuffer::Data() noexcept
 {
-    m_clean = false;
+    m_used = PayloadSize(); // for all that is known
     return m_bytes.data();
+}
+
+void AsyncIOBuffer::Received(std::size_t count) noexcept
+{
+    m_used = std::min<std::size_t>(count, PayloadSize());
 }
 
 std::size_t AsyncIOBuffer::UnitSize() const noexcept

@@ -28,6 +28,7 @@ public:
     WString AsWideString() const; // up to the first NUL; each ill-formed piece of UTF-8 as U+FFFD
     std::uint32_t PayloadSize() const noexcept;
     std::byte* Data() noexcept;
+    void Received(std::size_t count) noexcept; // so much of the payload was read into
 
 private:
     std::size_t UnitSize() const noexcept;
@@ -35,7 +36,7 @@ private:
 
     std::vector<std::byte> m_bytes;
     NamedPipeMessageEncoding m_encoding;
-    bool m_clean = true; // nobody has written into it yet
+    std::size_t m_used = 0; // bytes behind these are zero
 };
 
 } // namespace Quoll::Utilities

@@ -46,6 +46,7 @@ WString ClientPipeInstance::Read()
             }
             complete = EndChunk(current, limit, count);
         }
+        buffer.Received(count);
         if (count != 0)
         {
             message += buffer.AsWideString();

@@ -18,6 +18,15 @@ namespace
 
 constexpr DWORD ANSWER_TIMEOUT = 10000;
 
+void AppendChunk(WString& accumulated, AsyncIOBuffer& buffer, DWORD count)
+{
+    buffer.Received(count);
+    if (count != 0)
+    {
+        accumulated += buffer.AsWideString();
+    }
+}
+
 } // namespace
 
 void ActiveNamedPipeServerConnection::ReceiveData()
@@ -92,8 +101,12 @@ bool ActiveNamedPipeServerConnection::ReadData(WString& message)
 
 bool ActiveNamedPipeServerConnection::TryReadData(WString& message)
 {
-    AsyncIOBuffer buffer(m_encoding, m_bufferSize);
     const Locked lock(m_ioLock);
+    if (!m_readBuffer)
+    {
+        m_readBuffer = std::make_unique<AsyncIOBuffer>(m_encoding, m_bufferSize);
+    }
+    AsyncIOBuffer& buffer = *m_readBuffer;
     WString accumulated;
     const HANDLE pipe = m_instance->pipe.get();
     auto* const overlapped = m_instance->GetOverlapped();
@@ -107,10 +120,7 @@ bool ActiveNamedPipeServerConnection::TryReadData(WString& message)
         DWORD count = 0;
         if (::ReadFile(pipe, buffer.Data(), buffer.PayloadSize(), &count, overlapped))
         {
-            if (count != 0)
-            {
-                accumulated += buffer.AsWideString();
-            }
+            AppendChunk(accumulated, buffer, count);
             message = std::move(accumulated);
             LogText("TryReadData", 0, "message:", message);
             return true;
@@ -131,10 +141,7 @@ bool ActiveNamedPipeServerConnection::TryReadData(WString& message)
         Log("TryReadData", 2);
         if (::GetOverlappedResult(pipe, overlapped, &count, FALSE))
         {
-            if (count != 0)
-            {
-                accumulated += buffer.AsWideString();
-            }
+            AppendChunk(accumulated, buffer, count);
             message = std::move(accumulated);
             LogText("TryReadData", 6, "message:", message);
             return true;
@@ -145,10 +152,7 @@ bool ActiveNamedPipeServerConnection::TryReadData(WString& message)
         {
             return EndRead(error);
         }
-        if (count != 0)
-        {
-            accumulated += buffer.AsWideString();
-        }
+        AppendChunk(accumulated, buffer, count);
         LogText("TryReadData", 5, "message:", accumulated);
     }
 }

@@ -7,17 +7,18 @@
 namespace Quoll::Utilities
 {
 
+// A byte gives one unit at most, a unit three bytes.
 WString Widen(std::string_view utf8)
 {
-    WString wide(Utf::MeasureDecode(utf8, true).written, WChar());
-    Utf::DecodeLenient(utf8, wide.data(), wide.size());
+    WString wide(utf8.size(), WChar());
+    wide.resize(Utf::DecodeLenient(utf8, wide.data(), wide.size()).written);
     return wide;
 }
 
 std::string Narrow(WStringView wide)
 {
-    std::string utf8(Utf::MeasureEncode(wide, true).written, '\0');
-    Utf::EncodeLenient(wide, utf8.data(), utf8.size());
+    std::string utf8(3 * wide.size(), '\0');
+    utf8.resize(Utf::EncodeLenient(wide, utf8.data(), utf8.size()).written);
     return utf8;
 }
 
