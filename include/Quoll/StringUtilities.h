@@ -181,7 +181,7 @@ public:
 
     /// @name Formatting
     ///
-    /// Messages hold inserts %1 to %99, each with an optional specification ("%1!05d!"; "%1" alone is
+    /// Messages hold inserts %1 to %99, each with an optional directive ("%1!05d!"; "%1" alone is
     /// a wide text), and %n, %r, %t, %%, %0. Line breaks become CR LF. There are no floating-point
     /// inserts. Every lower number needs its argument, too.
     ///

@@ -1,5 +1,5 @@
 // Floating point in print formats, out of the standard's exact and locale-free conversion.
-#include "core/PrintSpecification.h"
+#include "core/PrintDirective.h"
 
 #include <algorithm>
 #include <charconv>
@@ -87,10 +87,10 @@ void ConvertGeneral(FloatText& text, double value, int precision, bool keepZeros
     }
 }
 
-void ConvertFinite(FloatText& text, const PrintSpecification& specification, double value) noexcept
+void ConvertFinite(FloatText& text, const PrintDirective& directive, double value) noexcept
 {
-    const int precision = specification.precision;
-    switch (specification.type | 0x20)
+    const int precision = directive.precision;
+    switch (directive.type | 0x20)
     {
     case 'f':
         text.Convert(value, std::chars_format::fixed, precision < 0 ? 6 : precision);
@@ -102,10 +102,10 @@ void ConvertFinite(FloatText& text, const PrintSpecification& specification, dou
         text.Convert(value, std::chars_format::hex, precision);
         break;
     default:
-        ConvertGeneral(text, value, precision, specification.alternate);
+        ConvertGeneral(text, value, precision, directive.alternate);
         break;
     }
-    if (specification.alternate)
+    if (directive.alternate)
     {
         text.AddPoint();
     }
@@ -119,28 +119,28 @@ void ToUpperAscii(char* text, std::size_t length) noexcept
 
 } // namespace
 
-void PrintFloat(PrintSink& sink, const PrintSpecification& specification, double value) noexcept
+void PrintFloat(PrintSink& sink, const PrintDirective& directive, double value) noexcept
 {
     PrintNumber number;
     if (std::signbit(value))
     {
         number.AddPrefix('-');
     }
-    else if (specification.plus || specification.blank)
+    else if (directive.plus || directive.blank)
     {
-        number.AddPrefix(specification.plus ? '+' : ' ');
+        number.AddPrefix(directive.plus ? '+' : ' ');
     }
-    const bool upper = specification.type < 'a';
+    const bool upper = directive.type < 'a';
     const bool finite = std::isfinite(value);
     FloatText text;
     if (finite)
     {
-        if ((specification.type | 0x20) == 'a')
+        if ((directive.type | 0x20) == 'a')
         {
             number.AddPrefix('0');
             number.AddPrefix(upper ? 'X' : 'x');
         }
-        ConvertFinite(text, specification, std::fabs(value));
+        ConvertFinite(text, directive, std::fabs(value));
     }
     else
     {
@@ -156,7 +156,7 @@ void PrintFloat(PrintSink& sink, const PrintSpecification& specification, double
     number.trailingZeros = text.trailingZeros;
     number.suffix = text.suffix.data();
     number.suffixLength = text.suffix.size();
-    PrintPadded(sink, specification, number, specification.zero && finite);
+    PrintPadded(sink, directive, number, directive.zero && finite);
 }
 
 } // namespace Quoll::Utilities

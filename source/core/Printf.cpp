@@ -1,6 +1,6 @@
 #include "core/Printf.h"
 
-#include "core/PrintSpecification.h"
+#include "core/PrintDirective.h"
 #include "core/utf/Transcoder.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace
 {
 
 using Arguments = PrintArguments;
-using Specification = PrintSpecification;
+using Directive = PrintDirective;
 
 std::int64_t NextSigned(PrintSize size, Arguments& arguments) noexcept
 {
@@ -61,8 +61,8 @@ std::uint64_t NextUnsigned(PrintSize size, Arguments& arguments) noexcept
     }
 }
 
-void PrintInteger(PrintSink& sink, const Specification& specification, PrintNumber number, std::uint64_t value,
-                  unsigned base, bool upper) noexcept
+void PrintInteger(PrintSink& sink, const Directive& directive, PrintNumber number, std::uint64_t value, unsigned base,
+                  bool upper) noexcept
 {
     // A pointer of its own: g++ 12 gets a conditional literal that is indexed at once wrong under UBSan.
     const char* const alphabet = upper ? "0123456789ABCDEF" : "0123456789abcdef";
@@ -73,60 +73,60 @@ void PrintInteger(PrintSink& sink, const Specification& specification, PrintNumb
         *--first = alphabet[rest % base];
     }
     const auto length = static_cast<std::uint64_t>(std::end(digits) - first);
-    const std::uint64_t least = specification.precision < 0 ? 1 : static_cast<std::uint64_t>(specification.precision);
+    const std::uint64_t least = directive.precision < 0 ? 1 : static_cast<std::uint64_t>(directive.precision);
     number.leadingZeros = least > length ? least - length : 0;
-    if (specification.alternate && base == 8 && number.leadingZeros == 0)
+    if (directive.alternate && base == 8 && number.leadingZeros == 0)
     {
         number.leadingZeros = 1;
     }
     number.body = first;
     number.bodyLength = static_cast<std::size_t>(length);
-    PrintPadded(sink, specification, number, specification.zero && specification.precision < 0);
+    PrintPadded(sink, directive, number, directive.zero && directive.precision < 0);
 }
 
-void PrintSigned(PrintSink& sink, const Specification& specification, std::int64_t value) noexcept
+void PrintSigned(PrintSink& sink, const Directive& directive, std::int64_t value) noexcept
 {
     PrintNumber number;
     if (value < 0)
     {
         number.AddPrefix('-');
     }
-    else if (specification.plus || specification.blank)
+    else if (directive.plus || directive.blank)
     {
-        number.AddPrefix(specification.plus ? '+' : ' ');
+        number.AddPrefix(directive.plus ? '+' : ' ');
     }
     const auto pattern = static_cast<std::uint64_t>(value);
-    PrintInteger(sink, specification, number, value < 0 ? 0 - pattern : pattern, 10, false);
+    PrintInteger(sink, directive, number, value < 0 ? 0 - pattern : pattern, 10, false);
 }
 
-void PrintUnsigned(PrintSink& sink, const Specification& specification, std::uint64_t value) noexcept
+void PrintUnsigned(PrintSink& sink, const Directive& directive, std::uint64_t value) noexcept
 {
-    const WChar type = specification.type;
+    const WChar type = directive.type;
     PrintNumber number;
-    if (specification.alternate && value != 0 && (type == 'x' || type == 'X'))
+    if (directive.alternate && value != 0 && (type == 'x' || type == 'X'))
     {
         number.AddPrefix('0');
         number.AddPrefix(static_cast<char>(type));
     }
-    PrintInteger(sink, specification, number, value, type == 'u' ? 10 : type == 'o' ? 8 : 16, type == 'X');
+    PrintInteger(sink, directive, number, value, type == 'u' ? 10 : type == 'o' ? 8 : 16, type == 'X');
 }
 
-void PrintPointer(PrintSink& sink, Specification specification, const void* pointer) noexcept
+void PrintPointer(PrintSink& sink, Directive directive, const void* pointer) noexcept
 {
-    specification.precision = 2 * static_cast<int>(sizeof(pointer));
-    specification.type = 'X';
-    PrintUnsigned(sink, specification, reinterpret_cast<std::uintptr_t>(pointer));
+    directive.precision = 2 * static_cast<int>(sizeof(pointer));
+    directive.type = 'X';
+    PrintUnsigned(sink, directive, reinterpret_cast<std::uintptr_t>(pointer));
 }
 
 template<class Write>
-void PrintInField(PrintSink& sink, const Specification& specification, std::uint64_t length, Write write) noexcept
+void PrintInField(PrintSink& sink, const Directive& directive, std::uint64_t length, Write write) noexcept
 {
-    const auto width = static_cast<std::uint64_t>(specification.width);
+    const auto width = static_cast<std::uint64_t>(directive.width);
     const std::uint64_t padding = width > length ? width - length : 0;
-    const WChar filler = specification.zero && !specification.left ? '0' : ' ';
-    sink.Fill(filler, specification.left ? 0 : padding);
+    const WChar filler = directive.zero && !directive.left ? '0' : ' ';
+    sink.Fill(filler, directive.left ? 0 : padding);
     write();
-    sink.Fill(' ', specification.left ? padding : 0);
+    sink.Fill(' ', directive.left ? padding : 0);
 }
 
 // The text up to its NUL, never reading more than the precision allows.
@@ -146,16 +146,16 @@ std::basic_string_view<Unit> BoundedText(const Unit* text, int precision) noexce
     return {text, length};
 }
 
-void PrintWide(PrintSink& sink, const Specification& specification, const WChar* text) noexcept
+void PrintWide(PrintSink& sink, const Directive& directive, const WChar* text) noexcept
 {
-    const WStringView shown = BoundedText(text ? text : "(null)"_w, specification.precision);
-    PrintInField(sink, specification, shown.size(), [&] { sink.Write(shown); });
+    const WStringView shown = BoundedText(text ? text : "(null)"_w, directive.precision);
+    PrintInField(sink, directive, shown.size(), [&] { sink.Write(shown); });
 }
 
-void PrintBytes(PrintSink& sink, const Specification& specification, const char* text) noexcept
+void PrintBytes(PrintSink& sink, const Directive& directive, const char* text) noexcept
 {
-    std::string_view rest = BoundedText(text ? text : "(null)", specification.precision);
-    PrintInField(sink, specification, Utf::MeasureDecode(rest, true).written, [&] {
+    std::string_view rest = BoundedText(text ? text : "(null)", directive.precision);
+    PrintInField(sink, directive, Utf::MeasureDecode(rest, true).written, [&] {
         WChar piece[256];
         while (!rest.empty())
         {
@@ -166,40 +166,40 @@ void PrintBytes(PrintSink& sink, const Specification& specification, const char*
     });
 }
 
-void PrintUnit(PrintSink& sink, const Specification& specification, int value) noexcept
+void PrintUnit(PrintSink& sink, const Directive& directive, int value) noexcept
 {
-    const bool wide = specification.TakesWide();
+    const bool wide = directive.TakesWide();
     const auto byte = static_cast<unsigned char>(value);
     const auto unit = static_cast<WChar>(wide ? value : byte < 0x80 ? byte : 0xFFFD);
-    PrintInField(sink, specification, 1, [&] { sink.Fill(unit, 1); });
+    PrintInField(sink, directive, 1, [&] { sink.Fill(unit, 1); });
 }
 
 // False for a conversion that is refused.
-bool PrintOne(PrintSink& sink, const Specification& specification, Arguments& arguments) noexcept
+bool PrintOne(PrintSink& sink, const Directive& directive, Arguments& arguments) noexcept
 {
-    switch (specification.type)
+    switch (directive.type)
     {
     case 'd':
     case 'i':
-        PrintSigned(sink, specification, NextSigned(specification.size, arguments));
+        PrintSigned(sink, directive, NextSigned(directive.size, arguments));
         return true;
     case 'u':
     case 'o':
     case 'x':
     case 'X':
-        PrintUnsigned(sink, specification, NextUnsigned(specification.size, arguments));
+        PrintUnsigned(sink, directive, NextUnsigned(directive.size, arguments));
         return true;
     case 'p':
-        PrintPointer(sink, specification, arguments.Next<void*>());
+        PrintPointer(sink, directive, arguments.Next<void*>());
         return true;
     case 'c':
     case 'C':
-        PrintUnit(sink, specification, arguments.Next<int>());
+        PrintUnit(sink, directive, arguments.Next<int>());
         return true;
     case 's':
     case 'S':
-        specification.TakesWide() ? PrintWide(sink, specification, arguments.Next<const WChar*>())
-                                  : PrintBytes(sink, specification, arguments.Next<const char*>());
+        directive.TakesWide() ? PrintWide(sink, directive, arguments.Next<const WChar*>())
+                              : PrintBytes(sink, directive, arguments.Next<const char*>());
         return true;
     case 'e':
     case 'E':
@@ -209,14 +209,14 @@ bool PrintOne(PrintSink& sink, const Specification& specification, Arguments& ar
     case 'G':
     case 'a':
     case 'A':
-        PrintFloat(sink, specification,
-                   specification.size == PrintSize::LongDouble ? static_cast<double>(arguments.Next<long double>())
-                                                               : arguments.Next<double>());
+        PrintFloat(sink, directive,
+                   directive.size == PrintSize::LongDouble ? static_cast<double>(arguments.Next<long double>())
+                                                           : arguments.Next<double>());
         return true;
     case 'n':
         return false;
     default:
-        sink.Fill(specification.type, 1);
+        sink.Fill(directive.type, 1);
         return true;
     }
 }
@@ -235,8 +235,8 @@ bool PrintAll(PrintSink& sink, const WChar* format, Arguments& arguments) noexce
         {
             break;
         }
-        Specification specification;
-        if (!specification.Parse(++format, arguments) || !PrintOne(sink, specification, arguments))
+        Directive directive;
+        if (!directive.Parse(++format, arguments) || !PrintOne(sink, directive, arguments))
         {
             return false;
         }

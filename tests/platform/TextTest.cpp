@@ -137,7 +137,7 @@ TEST(TextConversion, ReplacesEachByteOfAnEncodedSurrogate)
     EXPECT_EQ(Converted("\xF4\x90\x80\x80"), FromAscii("????", true));
 }
 
-TEST(FormatMessage, InsertsArgumentsByNumberAndSpecification)
+TEST(FormatMessage, InsertsArgumentsByNumberAndDirective)
 {
     const Wide one = FromAscii("one");
     const Wide two = FromAscii("two");

@@ -33,7 +33,7 @@ struct Limit
     DWORD error; // when the text is longer
 };
 
-// %number!specification! taken apart.
+// %number!directive! taken apart.
 struct Insert
 {
     std::size_t number = 0;
@@ -70,18 +70,18 @@ WStringView TakeWhile(WStringView& text, WStringView units) noexcept
     return taken;
 }
 
-void ParseSpecification(WStringView specification, Insert& insert)
+void ParseDirective(WStringView directive, Insert& insert)
 {
-    insert.flags = TakeWhile(specification, "-+ #0123456789.*"_w);
+    insert.flags = TakeWhile(directive, "-+ #0123456789.*"_w);
     insert.stars = static_cast<std::size_t>(std::count(insert.flags.begin(), insert.flags.end(), '*'));
-    insert.size = TakeWhile(specification, "hljztwI6432"_w);
+    insert.size = TakeWhile(directive, "hljztwI6432"_w);
     // Floating point is refused, as by the platform; so is what would write to memory.
-    const bool known = specification.size() == 1 && "diuoxXcCsSp"_w.find(specification[0]) < 11;
+    const bool known = directive.size() == 1 && "diuoxXcCsSp"_w.find(directive[0]) < 11;
     if (!known || insert.stars > 2)
     {
         throw Failure{ERROR_INVALID_PARAMETER};
     }
-    insert.type = specification[0];
+    insert.type = directive[0];
 }
 
 // Reads an insert behind its percent sign and moves the message behind it.
@@ -100,7 +100,7 @@ Insert ParseInsert(WStringView& message)
         {
             throw Failure{ERROR_INVALID_PARAMETER};
         }
-        ParseSpecification(message.substr(1, end - 1), insert);
+        ParseDirective(message.substr(1, end - 1), insert);
         message.remove_prefix(end + 1);
     }
     return insert;

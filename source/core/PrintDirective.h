@@ -49,7 +49,7 @@ private:
     std::va_list m_list;
 };
 
-struct PrintSpecification
+struct PrintDirective
 {
     bool left = false;
     bool plus = false;
@@ -126,7 +126,7 @@ struct PrintNumber
     }
 };
 
-void PrintPadded(PrintSink& sink, const PrintSpecification& specification, PrintNumber number, bool zeroFill) noexcept;
-void PrintFloat(PrintSink& sink, const PrintSpecification& specification, double value) noexcept;
+void PrintPadded(PrintSink& sink, const PrintDirective& directive, PrintNumber number, bool zeroFill) noexcept;
+void PrintFloat(PrintSink& sink, const PrintDirective& directive, double value) noexcept;
 
 } // namespace Quoll::Utilities

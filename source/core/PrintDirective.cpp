@@ -1,4 +1,4 @@
-#include "core/PrintSpecification.h"
+#include "core/PrintDirective.h"
 
 #include <algorithm>
 #include <limits>
@@ -27,7 +27,7 @@ bool ReadNumber(const WChar*& format, int& number) noexcept
 
 } // namespace
 
-void PrintSpecification::ParseFlags(const WChar*& format) noexcept
+void PrintDirective::ParseFlags(const WChar*& format) noexcept
 {
     for (;; ++format)
     {
@@ -54,7 +54,7 @@ void PrintSpecification::ParseFlags(const WChar*& format) noexcept
     }
 }
 
-bool PrintSpecification::ParseWidth(const WChar*& format, PrintArguments& arguments) noexcept
+bool PrintDirective::ParseWidth(const WChar*& format, PrintArguments& arguments) noexcept
 {
     if (*format != '*')
     {
@@ -74,7 +74,7 @@ bool PrintSpecification::ParseWidth(const WChar*& format, PrintArguments& argume
     return true;
 }
 
-bool PrintSpecification::ParsePrecision(const WChar*& format, PrintArguments& arguments) noexcept
+bool PrintDirective::ParsePrecision(const WChar*& format, PrintArguments& arguments) noexcept
 {
     if (*format != '.')
     {
@@ -90,7 +90,7 @@ bool PrintSpecification::ParsePrecision(const WChar*& format, PrintArguments& ar
     return true;
 }
 
-void PrintSpecification::ParseSize(const WChar*& format) noexcept
+void PrintDirective::ParseSize(const WChar*& format) noexcept
 {
     const WChar first = *format;
     const auto take = [&](int units, PrintSize taken) {
@@ -123,7 +123,7 @@ void PrintSpecification::ParseSize(const WChar*& format) noexcept
     }
 }
 
-bool PrintSpecification::Parse(const WChar*& format, PrintArguments& arguments) noexcept
+bool PrintDirective::Parse(const WChar*& format, PrintArguments& arguments) noexcept
 {
     ParseFlags(format);
     if (!ParseWidth(format, arguments) || !ParsePrecision(format, arguments))
@@ -140,7 +140,7 @@ bool PrintSpecification::Parse(const WChar*& format, PrintArguments& arguments) 
     return true;
 }
 
-bool PrintSpecification::TakesWide() const noexcept
+bool PrintDirective::TakesWide() const noexcept
 {
     switch (size)
     {
@@ -187,24 +187,24 @@ void PrintSink::Terminate() noexcept
     }
 }
 
-void PrintPadded(PrintSink& sink, const PrintSpecification& specification, PrintNumber number, bool zeroFill) noexcept
+void PrintPadded(PrintSink& sink, const PrintDirective& directive, PrintNumber number, bool zeroFill) noexcept
 {
     const std::uint64_t length =
         number.prefixLength + number.leadingZeros + number.bodyLength + number.trailingZeros + number.suffixLength;
-    const auto width = static_cast<std::uint64_t>(specification.width);
+    const auto width = static_cast<std::uint64_t>(directive.width);
     std::uint64_t padding = width > length ? width - length : 0;
-    if (zeroFill && !specification.left)
+    if (zeroFill && !directive.left)
     {
         number.leadingZeros += padding;
         padding = 0;
     }
-    sink.Fill(' ', specification.left ? 0 : padding);
+    sink.Fill(' ', directive.left ? 0 : padding);
     sink.WriteAscii(number.prefix, number.prefixLength);
     sink.Fill('0', number.leadingZeros);
     sink.WriteAscii(number.body, number.bodyLength);
     sink.Fill('0', number.trailingZeros);
     sink.WriteAscii(number.suffix, number.suffixLength);
-    sink.Fill(' ', specification.left ? padding : 0);
+    sink.Fill(' ', directive.left ? padding : 0);
 }
 
 } // namespace Quoll::Utilities
