@@ -299,12 +299,21 @@ TEST_F(PipeContract, CancelIoReachesOnlyTheCallersOperations)
     EXPECT_EQ(io.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
 }
 
-TEST_F(PipeContract, AThreadsEndCancelsItsOperations)
+TEST_F(PipeContract, AThreadsEndCancelsItsOperationsOnBothEnds)
 {
     ConnectBoth();
-    Io io;
-    std::thread([&] { ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING}); }).join();
-    EXPECT_EQ(io.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
+    const HANDLE second = CreateInstance();
+    const HANDLE other = OpenClient();
+    CloseHandle(other); // closing one end leaves the others known
+    Io atServer;
+    Io atClient;
+    std::thread([&] {
+        EXPECT_EQ(StartRead(server, atServer), DWORD{ERROR_IO_PENDING});
+        EXPECT_EQ(StartRead(client, atClient), DWORD{ERROR_IO_PENDING});
+    }).join();
+    EXPECT_EQ(atServer.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
+    EXPECT_EQ(atClient.Result(client).first, DWORD{ERROR_OPERATION_ABORTED});
+    CloseHandle(second);
 }
 
 TEST_F(PipeContract, AClosedClientLeavesItsMessagesThenBreaks)

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -76,16 +77,23 @@ std::string UserSid(uid_t user)
     return user == 0 ? "S-1-5-18" : "S-1-22-1-" + std::to_string(user);
 }
 
+// Name and inode come from one open file, so that they belong together even if the process
+// executes another program meanwhile.
 bool ReadExecutable(pid_t process, PeerIdentity& peer)
 {
     const auto link = std::filesystem::path("/proc") / std::to_string(process) / "exe";
-    std::error_code failure;
-    const auto target = std::filesystem::read_symlink(link, failure);
+    const Descriptor executable(open(link.c_str(), O_PATH | O_CLOEXEC));
     struct stat state{};
-    if (failure || stat(link.c_str(), &state) != 0)
+    if (executable.Get() < 0 || fstat(executable.Get(), &state) != 0)
     {
-        Fail(FromErrno(failure ? failure.value() : errno));
-        return false;
+        return FailWithErrno() != FALSE;
+    }
+    std::error_code failure;
+    const auto own = std::filesystem::path("/proc/self/fd") / std::to_string(executable.Get());
+    const auto target = std::filesystem::read_symlink(own, failure);
+    if (failure)
+    {
+        return Fail(FromErrno(failure.value())) != FALSE;
     }
     peer.executable = PathFromNative(target);
     peer.device = state.st_dev;

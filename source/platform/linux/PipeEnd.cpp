@@ -40,7 +40,7 @@ constinit PipeEnd* firstOpenEnd = nullptr; // guarded by openEndsLock
 
 } // namespace
 
-PipeEnd::PipeEnd(Ref<PipeTransport> transport, bool messages) noexcept
+PipeEnd::PipeEnd(Ref<PipeTransport> transport, bool messages)
     : Object(ClassKind)
     , m_transport(std::move(transport))
     , m_ownEvent(Ref<Event>::Adopt(new Event(true, false)))
@@ -205,6 +205,7 @@ void PipeEnd::AdvanceWrites() noexcept
 {
     const std::lock_guard guard(m_lock);
     Settle(m_writes);
+    WatchUnattended();
 }
 
 void PipeEnd::Advance() noexcept
@@ -231,26 +232,29 @@ void PipeEnd::WatchWrites() noexcept
     }
 }
 
+// With m_lock held. A write that no waiting thread works for is the I/O thread's.
+void PipeEnd::WatchUnattended() noexcept
+{
+    if (!m_writes.empty() && !m_writes.front()->HasWorkers())
+    {
+        WatchWrites();
+    }
+}
+
 void PipeEnd::FinishWritesAlone() noexcept
 {
     const std::lock_guard guard(m_lock);
     if (!m_writes.empty() && !m_writes.front()->HasWorkers())
     {
         Settle(m_writes);
-        if (!m_writes.empty())
-        {
-            WatchWrites();
-        }
+        WatchUnattended();
     }
 }
 
 void PipeEnd::LeaveWrites() noexcept
 {
     const std::lock_guard guard(m_lock);
-    if (!m_writes.empty())
-    {
-        WatchWrites();
-    }
+    WatchUnattended();
 }
 
 BOOL PipeEnd::Cancel(const OVERLAPPED* overlapped, DWORD thread) noexcept
@@ -258,6 +262,7 @@ BOOL PipeEnd::Cancel(const OVERLAPPED* overlapped, DWORD thread) noexcept
     const std::lock_guard guard(m_lock);
     const bool reads = CancelIn(m_reads, overlapped, thread);
     const bool writes = CancelIn(m_writes, overlapped, thread);
+    WatchUnattended();
     const bool other = CancelOther(overlapped, thread);
     return reads || writes || other ? TRUE : Fail(ERROR_NOT_FOUND);
 }

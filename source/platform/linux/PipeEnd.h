@@ -52,7 +52,7 @@ public:
 
 protected:
     /// A client's end is connected when it is made.
-    explicit PipeEnd(Ref<PipeTransport> transport, bool messages) noexcept;
+    PipeEnd(Ref<PipeTransport> transport, bool messages);
     ~PipeEnd() override;
 
     // With m_lock held:
@@ -78,6 +78,7 @@ private:
     void Settle(Transfers& transfers) noexcept; // with m_lock held
     bool CancelIn(Transfers& transfers, const OVERLAPPED* overlapped, DWORD thread) noexcept;
     void WatchWrites() noexcept; // with m_lock held
+    void WatchUnattended() noexcept;
 
     Ref<Event> m_ownEvent; // signalled by operations without one, and by waits on the handle
     bool m_messages;
@@ -92,7 +93,7 @@ private:
 class ClientEnd final : public PipeEnd
 {
 public:
-    explicit ClientEnd(Ref<PipeTransport> transport) noexcept
+    explicit ClientEnd(Ref<PipeTransport> transport)
         : PipeEnd(std::move(transport), false)
     {
     }

@@ -146,6 +146,7 @@ bool PipeName::Listen() noexcept
     {
         return Fail(errno == EADDRINUSE ? ERROR_ACCESS_DENIED : FromErrno(errno)) != FALSE;
     }
+    const std::lock_guard guard(m_lock);
     m_watch = thread->Add(source, m_listener, IoThread::Watch::Input);
     return m_watch != 0;
 }
@@ -202,17 +203,16 @@ void PipeName::Accept() noexcept
                 return;
             }
             accepted = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+            if (accepted < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS))
+            {
+                OutputDebugStringW("A pipe's server is out of descriptors; it pauses accepting clients.\r\n"_w);
+                PauseAccepting();
+                return;
+            }
         }
         if (accepted >= 0)
         {
             Greet(NoteOwned(accepted));
-        }
-        else if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS)
-        {
-            OutputDebugStringW("A pipe's server is out of descriptors; it pauses accepting clients.\r\n"_w);
-            IoThread::Running()->Pause(m_watch, true);
-            IoThread::Running()->SetTimer(m_watch, pauseWithoutDescriptors);
-            return;
         }
         else if (errno != EINTR && errno != ECONNABORTED)
         {
@@ -223,13 +223,19 @@ void PipeName::Accept() noexcept
 
 void PipeName::AcceptAgain() noexcept
 {
+    const std::lock_guard guard(m_lock);
     IoThread::Running()->Pause(m_watch, false);
 }
 
 void PipeName::Greet(int socket) noexcept
 try
 {
-    const auto handshake = Ref<Handshake>::Adopt(new Handshake(socket, *this));
+    const auto handshake = Ref<Handshake>::Adopt(new (std::nothrow) Handshake(socket, *this));
+    if (!handshake)
+    {
+        CloseOwned(socket);
+        return;
+    }
     HelloKind kind{};
     const DWORD code = handshake->ReadHello(kind);
     if (code == ERROR_SUCCESS)
@@ -243,7 +249,7 @@ try
 }
 catch (const std::bad_alloc&)
 {
-    CloseOwned(socket);
+    // The handshake's last owner has closed its socket.
 }
 
 void PipeName::Keep(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit)
@@ -323,10 +329,29 @@ DWORD PipeName::Answer(Handshake& handshake, HelloKind kind) noexcept
     }
     // No longer watched before an instance has it: its new owner may close it at any moment.
     handshake.End();
-    const auto takes = [&](ServerEnd* instance) {
-        return instance->TryAttach(handshake.Socket());
-    };
-    return std::ranges::any_of(m_instances, takes) ? ERROR_SUCCESS : ERROR_PIPE_BUSY;
+    for (ServerEnd* const instance : m_instances)
+    {
+        const DWORD code = instance->TryAttach(handshake.Socket());
+        if (code == ERROR_TOO_MANY_OPEN_FILES)
+        {
+            OutputDebugStringW("A pipe's server is out of descriptors; a client has to come again.\r\n"_w);
+            PauseAccepting();
+            return ERROR_PIPE_BUSY;
+        }
+        if (code != ERROR_PIPE_BUSY)
+        {
+            return code;
+        }
+    }
+    return ERROR_PIPE_BUSY;
+}
+
+// With m_lock held. Those who come meanwhile wait in the backlog.
+void PipeName::PauseAccepting() noexcept
+{
+    IoThread& thread = *IoThread::Running();
+    thread.Pause(m_watch, true);
+    thread.SetTimer(m_watch, pauseWithoutDescriptors);
 }
 
 void PipeName::Remove(Handshakes& list, const Handshake& handshake) noexcept

@@ -50,6 +50,7 @@ private:
     void Keep(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit);
     void KeepLocked(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit);
     static void Remove(Handshakes& list, const Handshake& handshake) noexcept;
+    void PauseAccepting() noexcept;
     void EndHandshakes(DWORD code) noexcept;
 
     const PipeAddress m_address;

@@ -2,6 +2,7 @@
 
 #include "core/utf/Transcoder.h"
 #include "platform/linux/ErrnoTable.h"
+#include "platform/linux/Fork.h"
 
 #include <platform/case_folding.h>
 
@@ -149,7 +150,7 @@ DWORD ReceiveAnswer(int socket, PipeAnswer& answer, int& descriptor) noexcept
     message.msg_iovlen = 1;
     alignas(cmsghdr) std::array<std::byte, CMSG_SPACE(sizeof(int))> control{};
     message.msg_control = control.data();
-    message.msg_controllen = control.size();
+    message.msg_controllen = CMSG_LEN(sizeof(int)); // no room for a second descriptor
     const ssize_t got = recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     if (got < 0 && (errno == EAGAIN || errno == EINTR))
     {
@@ -159,7 +160,9 @@ DWORD ReceiveAnswer(int socket, PipeAnswer& answer, int& descriptor) noexcept
     if (header != nullptr && header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_RIGHTS &&
         header->cmsg_len == CMSG_LEN(sizeof(int)))
     {
+        CloseOwned(descriptor); // of an earlier answer that should have had none
         std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
+        NoteOwned(descriptor);
     }
     return got == static_cast<ssize_t>(sizeof answer) ? ERROR_SUCCESS : ERROR_BROKEN_PIPE;
 }

@@ -41,28 +41,36 @@ bool ReadSettings(DWORD openMode, DWORD pipeMode, DWORD maxInstances, LPSECURITY
     return true;
 }
 
-HANDLE CreateInstance(const PipeAddress& address, const PipeSettings& settings) noexcept
+template<class End, class Argument>
+Ref<End> MakeEnd(const Argument& argument) noexcept
+try
 {
-    const auto instance = Ref<ServerEnd>::Adopt(new (std::nothrow) ServerEnd(settings));
-    if (!instance)
-    {
-        Fail(ERROR_NOT_ENOUGH_MEMORY);
-        return INVALID_HANDLE_VALUE;
-    }
-    if (!PipeName::Join(address, settings, *instance))
-    {
-        return INVALID_HANDLE_VALUE;
-    }
-    instance->HandleOpens();
-    const HANDLE handle = HandleTable::Insert(Ref<Object>(instance.Get()));
+    return Ref<End>::Adopt(new End(argument));
+}
+catch (const std::bad_alloc&)
+{
+    Fail(ERROR_NOT_ENOUGH_MEMORY);
+    return {};
+}
+
+HANDLE GiveHandle(PipeEnd& end) noexcept
+{
+    end.HandleOpens();
+    const HANDLE handle = HandleTable::Insert(Ref<Object>(&end));
     if (handle == nullptr)
     {
         const DWORD code = GetLastError();
-        instance->HandleClosed();
+        end.HandleClosed();
         Fail(code);
         return INVALID_HANDLE_VALUE;
     }
     return handle;
+}
+
+HANDLE CreateInstance(const PipeAddress& address, const PipeSettings& settings) noexcept
+{
+    const auto instance = MakeEnd<ServerEnd>(settings);
+    return instance && PipeName::Join(address, settings, *instance) ? GiveHandle(*instance) : INVALID_HANDLE_VALUE;
 }
 
 Pinned<PipeEnd> PinServer(HANDLE pipe) noexcept
@@ -218,14 +226,12 @@ extern "C"
         {
             return INVALID_HANDLE_VALUE;
         }
-        const auto end = Ref<ClientEnd>::Adopt(new (std::nothrow) ClientEnd(transport));
-        const HANDLE handle = end ? HandleTable::Insert(Ref<Object>(end.Get())) : nullptr;
-        if (handle == nullptr)
+        const auto end = MakeEnd<ClientEnd>(transport);
+        const HANDLE handle = end ? GiveHandle(*end) : INVALID_HANDLE_VALUE;
+        if (handle != INVALID_HANDLE_VALUE)
         {
-            Fail(ERROR_NOT_ENOUGH_MEMORY);
-            return INVALID_HANDLE_VALUE;
+            SetLastError(ERROR_SUCCESS);
         }
-        SetLastError(ERROR_SUCCESS);
         return handle;
     }
 

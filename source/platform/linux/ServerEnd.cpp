@@ -31,7 +31,7 @@ public:
     }
 };
 
-ServerEnd::ServerEnd(const PipeSettings& settings) noexcept
+ServerEnd::ServerEnd(const PipeSettings& settings)
     : PipeEnd(Ref<PipeTransport>(), settings.messages)
     , m_outBufferSize(settings.outBufferSize)
     , m_inBufferSize(settings.inBufferSize)
@@ -121,18 +121,18 @@ bool ServerEnd::IsListening() noexcept
     return m_state == State::Listening;
 }
 
-bool ServerEnd::TryAttach(int socket) noexcept
+DWORD ServerEnd::TryAttach(int socket) noexcept
 {
     const std::lock_guard guard(m_lock);
     if (m_state != State::Listening)
     {
-        return false;
+        return ERROR_PIPE_BUSY;
     }
     auto page = std::unique_ptr<ControlPage>(new (std::nothrow) ControlPage);
     int descriptor = -1;
     if (!page || !page->Create(m_inBufferSize, descriptor))
     {
-        return false;
+        return ERROR_TOO_MANY_OPEN_FILES;
     }
     auto* const transport = new (std::nothrow) SocketTransport(socket, std::move(page));
     const bool answered = transport != nullptr && SendAnswer(socket, {ERROR_SUCCESS, 0}, descriptor);
@@ -144,13 +144,13 @@ bool ServerEnd::TryAttach(int socket) noexcept
             transport->GiveSocketBack();
             transport->Release();
         }
-        return false;
+        return transport != nullptr ? ERROR_BROKEN_PIPE : ERROR_TOO_MANY_OPEN_FILES;
     }
     transport->SetSendBuffer(m_outBufferSize);
     Attach(Ref<PipeTransport>::Adopt(transport));
     m_state = State::Connected;
     EndConnect(ERROR_SUCCESS);
-    return true;
+    return ERROR_SUCCESS;
 }
 
 void ServerEnd::HandleClosed() noexcept

@@ -24,7 +24,7 @@ struct PipeSettings
 class ServerEnd final : public PipeEnd
 {
 public:
-    explicit ServerEnd(const PipeSettings& settings) noexcept;
+    explicit ServerEnd(const PipeSettings& settings);
 
     BOOL Connect(OVERLAPPED& overlapped) noexcept;
     BOOL Disconnect() noexcept;
@@ -38,9 +38,10 @@ public:
     // With the name's lock held:
     void SetName(Ref<PipeName> name) noexcept; // before the handle exists
     bool IsListening() noexcept;
-    /// Gives the socket, after the answer has gone out on it, to this instance if it listens.
-    /// True if it has taken it.
-    bool TryAttach(int socket) noexcept;
+    /// Answers on the socket and takes it over: ERROR_SUCCESS. ERROR_PIPE_BUSY if this instance
+    /// doesn't listen, ERROR_TOO_MANY_OPEN_FILES if there is nothing to connect it with just now,
+    /// ERROR_BROKEN_PIPE if the client has gone.
+    DWORD TryAttach(int socket) noexcept;
 
 protected:
     ~ServerEnd() override;

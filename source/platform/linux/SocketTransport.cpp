@@ -20,6 +20,7 @@ namespace
 {
 
 constexpr std::size_t headerSize = 4;
+constexpr int mostSendsAtOnce = 16;
 
 std::array<std::byte, headerSize> MakeHeader(std::size_t length) noexcept
 {
@@ -186,7 +187,8 @@ catch (const std::bad_alloc&)
 DWORD SocketTransport::Send(Outgoing& write) noexcept
 {
     const auto header = MakeHeader(write.size);
-    for (;;)
+    // Bounded, so that a fast reader of a huge message doesn't keep the thread, and the lock, for long.
+    for (int turn = 0; turn < mostSendsAtOnce; ++turn)
     {
         if (m_page->IsDisconnected())
         {
@@ -217,6 +219,7 @@ DWORD SocketTransport::Send(Outgoing& write) noexcept
             return m_page->IsDisconnected() ? ERROR_PIPE_NOT_CONNECTED : ERROR_NO_DATA;
         }
     }
+    return ERROR_IO_PENDING;
 }
 
 bool SocketTransport::IsPeerGone() const noexcept

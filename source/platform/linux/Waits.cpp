@@ -133,7 +133,8 @@ private:
 };
 
 /// Sleeps once, or does what operations have become ready. False if the thread can't sleep.
-bool SleepOrWork(ThreadRecord& self, Targets targets, PollSet& polled, const Deadline& deadline)
+bool SleepOrWork(ThreadRecord& self, Targets targets, PollSet& polled, const Deadline& deadline) noexcept
+try
 {
     if (!polled.Collect(targets))
     {
@@ -147,6 +148,11 @@ bool SleepOrWork(ThreadRecord& self, Targets targets, PollSet& polled, const Dea
     }
     polled.AdvanceReady();
     return true;
+}
+catch (const std::bad_alloc&)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
 }
 
 bool TryTakeLowest(Targets targets, ThreadRecord& self, DWORD& outcome) noexcept
