@@ -153,7 +153,7 @@ TEST(Transcoder, AllKernelsRefuseTheSameSequences)
             {
                 text += filler;
             }
-            text.insert((sequence[0] & 7u) * filler.size(), sequence);
+            text.insert((static_cast<unsigned char>(sequence[0]) & 7u) * filler.size(), sequence);
             const Decoded expected = DecodeWith(PlainKernel, text, 80);
             for (const Kernel& kernel : Kernels())
             {

@@ -4,6 +4,7 @@
 
 #include "core/utf/Transcoder.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Quoll::Utf
@@ -104,60 +105,73 @@ inline Outcome DecodePlain(DecodeCursor& cursor, const unsigned char* stop) noex
     return outcome;
 }
 
-inline Outcome EncodePlain(EncodeCursor& cursor, const Unit* stop) noexcept
+// One unit, or pair, with room for four bytes.
+inline Outcome EncodeOne(EncodeCursor& cursor) noexcept
 {
-    const Unit* in = cursor.in;
-    char* out = cursor.out;
-    Outcome outcome = Outcome::Complete;
-    while (in < stop)
+    const std::uint32_t unit = static_cast<std::uint16_t>(*cursor.in);
+    char* const out = cursor.out;
+    if (unit < 0x80)
     {
-        const std::uint32_t unit = static_cast<std::uint16_t>(*in);
-        const std::ptrdiff_t room = cursor.outEnd - out;
-        if (unit < 0x80 && room >= 1)
+        out[0] = static_cast<char>(unit);
+        cursor.out += 1;
+    }
+    else if (unit < 0x800)
+    {
+        out[0] = static_cast<char>(0xC0 | (unit >> 6));
+        out[1] = static_cast<char>(0x80 | (unit & 0x3F));
+        cursor.out += 2;
+    }
+    else if ((unit & 0xF800) != 0xD800)
+    {
+        out[0] = static_cast<char>(0xE0 | (unit >> 12));
+        out[1] = static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
+        out[2] = static_cast<char>(0x80 | (unit & 0x3F));
+        cursor.out += 3;
+    }
+    else
+    {
+        if (unit >= 0xDC00 || cursor.inEnd - cursor.in < 2 || (cursor.in[1] & 0xFC00) != 0xDC00)
         {
-            *out++ = static_cast<char>(unit);
-            ++in;
+            return Outcome::IllFormed;
         }
-        else if (unit >= 0x80 && unit < 0x800 && room >= 2)
+        const std::uint32_t point = ((unit - 0xD7C0) << 10) | (static_cast<std::uint32_t>(cursor.in[1]) & 0x3FF);
+        out[0] = static_cast<char>(0xF0 | (point >> 18));
+        out[1] = static_cast<char>(0x80 | ((point >> 12) & 0x3F));
+        out[2] = static_cast<char>(0x80 | ((point >> 6) & 0x3F));
+        out[3] = static_cast<char>(0x80 | (point & 0x3F));
+        cursor.out += 4;
+        ++cursor.in;
+    }
+    ++cursor.in;
+    return Outcome::Complete;
+}
+
+// Encodes while the cursor is before `stop`; the last pair may reach behind it.
+inline Outcome EncodePlain(EncodeCursor& position, const Unit* stop) noexcept
+{
+    EncodeCursor cursor = position; // a copy that no store can alias
+    Outcome outcome = Outcome::Complete;
+    while (outcome == Outcome::Complete && cursor.in < stop)
+    {
+        if (cursor.outEnd - cursor.out >= 4)
         {
-            *out++ = static_cast<char>(0xC0 | (unit >> 6));
-            *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-            ++in;
+            outcome = EncodeOne(cursor);
+            continue;
         }
-        else if (unit >= 0xD800 && unit < 0xE000)
-        {
-            if (unit >= 0xDC00 || cursor.inEnd - in < 2 || (in[1] & 0xFC00) != 0xDC00)
-            {
-                outcome = Outcome::IllFormed;
-                break;
-            }
-            if (room < 4)
-            {
-                outcome = Outcome::NoRoom;
-                break;
-            }
-            const std::uint32_t point = ((unit - 0xD7C0) << 10) | (static_cast<std::uint32_t>(in[1]) & 0x3FF);
-            *out++ = static_cast<char>(0xF0 | (point >> 18));
-            *out++ = static_cast<char>(0x80 | ((point >> 12) & 0x3F));
-            *out++ = static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-            *out++ = static_cast<char>(0x80 | (point & 0x3F));
-            in += 2;
-        }
-        else if (unit >= 0x800 && room >= 3)
-        {
-            *out++ = static_cast<char>(0xE0 | (unit >> 12));
-            *out++ = static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
-            *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-            ++in;
-        }
-        else
+        char last[4];
+        EncodeCursor apart{cursor.in, cursor.inEnd, last, last + 4};
+        outcome = EncodeOne(apart);
+        if (outcome == Outcome::Complete && apart.out - last > cursor.outEnd - cursor.out)
         {
             outcome = Outcome::NoRoom;
-            break;
+        }
+        else if (outcome == Outcome::Complete)
+        {
+            cursor.out = std::copy(last, apart.out, cursor.out);
+            cursor.in = apart.in;
         }
     }
-    cursor.in = in;
-    cursor.out = out;
+    position = cursor;
     return outcome;
 }
 
