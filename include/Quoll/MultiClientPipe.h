@@ -99,7 +99,8 @@ public:
                            const DisconnectCallback& disconnect) = 0;
 
     /// Files the default client under a new id, which becomes the default id. A client that was filed
-    /// there is closed. Without a default client only the default id changes.
+    /// there is closed, and an old default id is free again; a client that had no id yet stays under
+    /// 0xFFFFFFFF as well. Without a default client only the default id changes.
     virtual void AddParentClient(std::uint32_t id) = 0;
 
     /// Closes a client and opens it again; its connection string callback, if any, is asked first, and

@@ -7,8 +7,8 @@
 //
 // Threads:  all operations may be called from any thread. One lock serialises opening, reading,
 //           writing and closing: a read in flight blocks a write, and Close, until the read ends or
-//           its time-out passes. The tasks run on the process's pool (see Task.h); they may outlive
-//           the client and fail then.
+//           its time-out passes; Close ends the wait of a write in flight. The tasks run on the process's pool (see
+//           Task.h); they may outlive the client and fail then.
 // Failures: what a blocking form throws, the task's get() throws. After a failure the pipe stays as it
 //           is; Close and Open again to reconnect. The client never reconnects by itself.
 // Time-outs are in milliseconds; 0xFFFFFFFF is without limit.

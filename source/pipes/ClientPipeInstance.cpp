@@ -22,7 +22,31 @@ constexpr const char* WRITE_FAILURE = "Error writing to named pipe";
 
 ClientPipeInstance::ClientPipeInstance(unsigned int givenTimeout)
     : timeout(givenTimeout)
+    , m_closing(::CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
+    if (!m_closing.IsValid())
+    {
+        throw Win32Exception("Can't create the closing event of a named pipe client");
+    }
+}
+
+void ClientPipeInstance::Close()
+{
+    ++m_closers;
+    ::SetEvent(m_closing.get());
+    {
+        const Locked locked(lock);
+        if (pipe.IsValid())
+        {
+            ::CancelIoEx(pipe.get(), nullptr);
+            pipe = SharedHandle();
+            keptWrites.Abandon(); // a write that can't be cancelled keeps its memory
+        }
+    }
+    if (--m_closers == 0)
+    {
+        ::ResetEvent(m_closing.get());
+    }
 }
 
 WString ClientPipeInstance::Read()
@@ -115,7 +139,8 @@ void ClientPipeInstance::Write(const WString& message, bool wait)
 void ClientPipeInstance::WaitForWrite(PipeWriteNode& write, ClientOperation& current)
 {
     const DWORD limit = timeout;
-    DWORD waited = ::WaitForSingleObject(current.event.get(), limit);
+    const HANDLE events[] = {current.event.get(), m_closing.get()};
+    const DWORD waited = ::WaitForMultipleObjects(2, events, FALSE, limit);
     const DWORD waitError = ::GetLastError();
     if (waited != WAIT_OBJECT_0)
     {
@@ -134,6 +159,10 @@ void ClientPipeInstance::WaitForWrite(PipeWriteNode& write, ClientOperation& cur
     if (waited == WAIT_TIMEOUT)
     {
         throw std::runtime_error("Timeout " + std::to_string(limit) + " expired while writing to named pipe");
+    }
+    if (waited == WAIT_OBJECT_0 + 1)
+    {
+        throw Win32Exception(WRITE_FAILURE, ERROR_OPERATION_ABORTED); // another thread closes the pipe
     }
     throw Win32Exception(WRITE_FAILURE, waited == WAIT_FAILED ? waitError : error);
 }

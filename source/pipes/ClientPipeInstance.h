@@ -26,6 +26,8 @@ struct ClientPipeInstance
 
     WString Read();
     void Write(const WString& message, bool wait);
+    /// Ends the connection, and first of all the wait of a write that nobody reads.
+    void Close();
 
     CriticalSection lock;
     SharedHandle pipe;
@@ -36,6 +38,9 @@ struct ClientPipeInstance
     std::atomic<NamedPipeMessageEncoding> encoding{NamedPipeMessageEncoding::Utf8};
 
 private:
+    SharedHandle m_closing; // set while somebody closes
+    std::atomic<int> m_closers{0};
+
     ClientOperation& PrepareOperation(const char* failure);
     bool EndChunk(ClientOperation& current, DWORD limit, DWORD& count);
     void WaitForWrite(PipeWriteNode& write, ClientOperation& current);

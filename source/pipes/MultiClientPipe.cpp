@@ -54,7 +54,7 @@ void MultiClientPipe::Start(const ClientAuthentication& clientAuthentication,
             pipe->OnClientDropped(id);
         }
     };
-    const Locked lock(m_callbacksLock);
+    Locked lock(m_callbacksLock);
     if (m_server)
     {
         return;
@@ -66,6 +66,7 @@ void MultiClientPipe::Start(const ClientAuthentication& clientAuthentication,
                                                      m_bufferSize, m_openToEverybody, onDropped, log);
     server->Start(serverAuthentication);
     m_server = std::move(server);
+    lock.Release();
     Log("[MultiClientPipe] Started"_w);
 }
 
@@ -150,7 +151,7 @@ void MultiClientPipe::WriteMessage(const WString& message)
         {
             WriteMessage(id, message, true);
         }
-        catch (const ClosedConnectionException&)
+        catch (...)
         {
             if (!first)
             {

@@ -193,21 +193,24 @@ void MultiClientPipe::OnClientDroppedNoneMultiClient()
 
 void MultiClientPipe::AddParentClient(std::uint32_t id)
 {
-    if (id == m_defaultClientId)
+    Locked lock(m_clientsLock);
+    const std::uint32_t old = m_defaultClientId;
+    if (id == old)
     {
         return;
     }
-    Locked lock(m_clientsLock);
     Container replaced;
-    const auto parent = m_clients.find(m_defaultClientId);
-    if (parent != m_clients.end())
+    if (const auto parent = m_clients.find(old); parent != m_clients.end())
     {
         const Container container = parent->second;
-        auto& place = m_clients[id];
-        replaced = std::exchange(place, container);
+        replaced = std::exchange(m_clients[id], container);
         container->dropped = false;
         container->id = id;
-        m_clients.erase(parent);
+        // What stands under no id yet stays there as well.
+        if (old != NO_CLIENT)
+        {
+            m_clients.erase(old);
+        }
     }
     m_defaultClientId.exchange(id);
     lock.Release();
@@ -372,18 +375,18 @@ void MultiClientPipe::SetParentPipeName(const ConnectionStringCallback& callback
     {
         return;
     }
-    const WString name = WithPipePrefix(callback());
     Locked lock(m_clientsLock);
     const std::uint32_t id = m_defaultClientId;
     auto& place = m_clients[id];
     if (!place)
     {
         place = std::make_shared<ClientContainer>();
-        place->id = id;
+        place->id = id; // its dropped flag is clear
     }
     const Container container = place;
     lock.Release();
     container->Set(&ClientContainer::connectionStringCallback, callback);
+    const WString name = WithPipePrefix(callback());
     container->Set(&ClientContainer::connectionString, name);
     container->Set(&ClientContainer::client, MakeClient(name));
     m_clientAvailable->Set();

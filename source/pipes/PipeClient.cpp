@@ -91,11 +91,7 @@ void AsyncNamedPipeClient::Open(const SharedHandle& pipe)
 
 void AsyncNamedPipeClient::Close()
 {
-    const Locked lock(m_instance->lock);
-    if (m_instance->pipe.IsValid())
-    {
-        Cancel();
-    }
+    Cancel();
 }
 
 bool AsyncNamedPipeClient::IsInitialized()
@@ -191,15 +187,13 @@ bool AsyncNamedPipeClient::OpenNamedPipe()
 
 bool AsyncNamedPipeClient::AuthenticateDestinationServer()
 {
-    return !m_authentication || m_authentication(m_instance->pipe, false);
+    const auto authentication = m_authentication; // the callback may replace itself
+    return !authentication || authentication(m_instance->pipe, false);
 }
 
-// A write that can't be cancelled keeps its memory; nobody waits for it.
 void AsyncNamedPipeClient::Cancel()
 {
-    ::CancelIoEx(m_instance->pipe.get(), nullptr);
-    m_instance->pipe = SharedHandle();
-    m_instance->keptWrites.Abandon();
+    m_instance->Close();
 }
 
 } // namespace Quoll::Utilities

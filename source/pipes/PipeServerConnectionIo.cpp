@@ -48,7 +48,10 @@ void ActiveNamedPipeServerConnection::ReceiveData()
             ReportException(m_logCallback,
                             "[ActiveNamedPipeServerConnection::ReceiveData] Callback exception, clId:"_w +
                                 Number(m_id) + ", Exception msg: "_w);
-            DropClient();
+            if (m_running) // a stop that the owner asked for isn't reported
+            {
+                DropClient();
+            }
         }
         if (!answer.empty())
         {

@@ -261,12 +261,12 @@ TEST(MultiClientPipe, OpensItsParentWithAGivenPipe)
     opened = SharedHandle();
     pipe->AddParentClient(6);
     EXPECT_EQ(pipe->GetDefaultClientId(), 6u);
-    EXPECT_EQ(pipe->GetListOfClientIDs(), std::list<std::uint32_t>{6});
+    EXPECT_EQ(pipe->GetListOfClientIDs(), (std::list<std::uint32_t>{6, 0xFFFFFFFF})) << "no id yet is no old id";
     pipe->WriteMessage(6, "hello"_w, true);
     EXPECT_TRUE(parent.Received(0, "hello"_w));
     pipe->AddClient(7, parent.name, false, nullptr);
     pipe->AddParentClient(7);
-    EXPECT_EQ(pipe->GetListOfClientIDs(), std::list<std::uint32_t>{7});
+    EXPECT_EQ(pipe->GetListOfClientIDs(), (std::list<std::uint32_t>{7, 0xFFFFFFFF}));
     pipe->WriteMessage(7, "still the first"_w, true);
     EXPECT_TRUE(parent.Received(0, "still the first"_w));
 }

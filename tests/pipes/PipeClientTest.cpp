@@ -100,6 +100,20 @@ TEST(PipeClient, GivesUpOnABusyPipe)
     EXPECT_EQ(CodeOf([&] { second.Open(SharedHandle()); }), DWORD{ERROR_SEM_TIMEOUT});
 }
 
+TEST(PipeClient, ClosingEndsAWriteThatNobodyReads)
+{
+    const WString name = UniquePipeName();
+    const SharedHandle server = CreateServerEnd(name);
+    AsyncNamedPipeClient client(name, 0xFFFFFFFF);
+    client.Open(SharedHandle());
+    const WString message(1 << 22, 'x');
+    const auto write = TaskScheduler::Run([&] { return CodeOf([&] { client.WriteMessageSync(message, true); }); },
+                                          TaskPlacement::Pool);
+    EXPECT_FALSE(write.WaitFor(50));
+    client.Close();
+    EXPECT_EQ(write.get(), DWORD{ERROR_OPERATION_ABORTED});
+}
+
 TEST(PipeClient, RefusesAServerAtOnce)
 {
     const WString name = UniquePipeName();
