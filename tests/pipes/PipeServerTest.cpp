@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <vector>
@@ -68,6 +69,25 @@ private:
     std::mutex dropLock;
     std::vector<std::uint32_t> drops;
 };
+
+TEST_F(PipeServer, AdmitsManyClientsThatComeAtOnce)
+{
+    const auto server = Make();
+    server->Start(nullptr);
+    std::vector<std::unique_ptr<AsyncNamedPipeClient>> clients;
+    std::vector<Task<WString>> answers;
+    for (int i = 0; i < 64; ++i)
+    {
+        clients.push_back(std::make_unique<AsyncNamedPipeClient>(name, 20000));
+        answers.push_back(
+            TaskScheduler::Run([this, client = clients.back().get()] { return Ask(*client); }, TaskPlacement::Pool));
+    }
+    for (const auto& answer : answers)
+    {
+        EXPECT_NO_THROW(EXPECT_FALSE(answer.get().empty()));
+    }
+    server->Stop();
+}
 
 TEST_F(PipeServer, CountsItsConnectionsFromZero)
 {

@@ -59,7 +59,11 @@ void Handshake::Ready() noexcept
 
 void Handshake::TimedOut() noexcept
 {
-    if (!m_parked)
+    if (m_parked)
+    {
+        m_name->GiveUp(*this);
+    }
+    else
     {
         m_name->Drop(*this);
     }
@@ -89,13 +93,18 @@ void Handshake::Park() noexcept
     m_parked = true;
 }
 
-void Handshake::End() noexcept
+void Handshake::StopWatching() noexcept
 {
-    m_ended = true;
     if (m_watch != 0)
     {
         IoThread::Running()->Remove(std::exchange(m_watch, 0));
     }
+}
+
+void Handshake::End() noexcept
+{
+    m_ended = true;
+    StopWatching();
 }
 
 void Handshake::End(DWORD code) noexcept

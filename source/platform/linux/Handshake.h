@@ -30,7 +30,8 @@ public:
 
     // With the name's lock held:
     bool StartWatching(DWORD limit) noexcept;
-    void Park() noexcept; // it waits for a free instance now, for as long as it likes
+    void StopWatching() noexcept;
+    void Park() noexcept; // its hello has come; it waits for an instance now
     void End() noexcept;  // without a word
     void End(DWORD code) noexcept;
     bool HasEnded() const noexcept

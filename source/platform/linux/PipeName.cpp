@@ -25,6 +25,9 @@ using namespace Quoll::Literals;
 // connection is accepted, or a moment later.
 constexpr std::size_t mostHandshakes = 256;
 constexpr std::size_t mostWaiting = 256;
+// A server makes the next instance when the last one has got its client. Who comes in between, or
+// with many others, is kept for that moment and gets an instance in turn.
+constexpr DWORD openingLimit = 100;    // milliseconds
 constexpr DWORD handshakeLimit = 1000; // milliseconds
 constexpr DWORD pauseWithoutDescriptors = 50;
 constexpr int mostAcceptsAtOnce = 64; // then others get their turn
@@ -172,7 +175,16 @@ void PipeName::Leave(ServerEnd& instance) noexcept
 void PipeName::InstanceListens() noexcept
 {
     const std::lock_guard guard(m_lock);
-    while (!m_waiting.empty())
+    while (!m_opening.empty() && AnyListens())
+    {
+        const Ref<Handshake> next = m_opening.front();
+        m_opening.pop_front();
+        if (const DWORD code = AttachToAny(*next); code != ERROR_SUCCESS)
+        {
+            next->End(code);
+        }
+    }
+    while (!m_waiting.empty() && AnyListens())
     {
         const Ref<Handshake> waiting = m_waiting.front();
         m_waiting.pop_front();
@@ -180,9 +192,14 @@ void PipeName::InstanceListens() noexcept
     }
 }
 
+bool PipeName::AnyListens() const noexcept
+{
+    return std::ranges::any_of(m_instances, [](ServerEnd* instance) { return instance->IsListening(); });
+}
+
 void PipeName::EndHandshakes(DWORD code) noexcept
 {
-    for (auto* const list : {&m_handshakes, &m_waiting})
+    for (auto* const list : {&m_handshakes, &m_opening, &m_waiting})
     {
         for (; !list->empty(); list->pop_front())
         {
@@ -299,15 +316,11 @@ try
     const DWORD code = Admits(handshake.Socket()) ? Answer(handshake, kind) : ERROR_ACCESS_DENIED;
     if (code == ERROR_IO_PENDING)
     {
-        SendAnswer(handshake.Socket(), {ERROR_IO_PENDING, m_settings.defaultTimeout});
         handshake.Park();
-        KeepLocked(m_waiting, mostWaiting, alive, INFINITE);
+        const bool opens = kind == HelloKind::Open;
+        KeepLocked(opens ? m_opening : m_waiting, mostWaiting, alive, opens ? openingLimit : INFINITE);
     }
-    else if (kind == HelloKind::Open && code == ERROR_SUCCESS)
-    {
-        handshake.GiveSocketAway(); // the instance has answered
-    }
-    else
+    else if (kind == HelloKind::Wait || code != ERROR_SUCCESS)
     {
         handshake.End(code);
     }
@@ -317,21 +330,34 @@ catch (const std::bad_alloc&)
     Drop(handshake);
 }
 
-// With m_lock held.
+// With m_lock held. ERROR_IO_PENDING: the handshake has to wait.
 DWORD PipeName::Answer(Handshake& handshake, HelloKind kind) noexcept
 {
-    if (kind == HelloKind::Wait)
+    const bool listens = AnyListens();
+    if (kind == HelloKind::Open)
     {
-        const auto listens = [](ServerEnd* instance) {
-            return instance->IsListening();
-        };
-        return std::ranges::any_of(m_instances, listens) ? ERROR_SUCCESS : ERROR_IO_PENDING;
+        return listens ? AttachToAny(handshake) : ERROR_IO_PENDING;
     }
+    if (!listens)
+    {
+        SendAnswer(handshake.Socket(), {ERROR_IO_PENDING, m_settings.defaultTimeout});
+    }
+    return listens ? ERROR_SUCCESS : ERROR_IO_PENDING;
+}
+
+// With m_lock held. On success the instance has answered and owns the socket.
+DWORD PipeName::AttachToAny(Handshake& handshake) noexcept
+{
     // No longer watched before an instance has it: its new owner may close it at any moment.
-    handshake.End();
+    handshake.StopWatching();
     for (ServerEnd* const instance : m_instances)
     {
         const DWORD code = instance->TryAttach(handshake.Socket());
+        if (code == ERROR_SUCCESS)
+        {
+            handshake.GiveSocketAway();
+            return code;
+        }
         if (code == ERROR_TOO_MANY_OPEN_FILES)
         {
             OutputDebugStringW("A pipe's server is out of descriptors; a client has to come again.\r\n"_w);
@@ -354,9 +380,9 @@ void PipeName::PauseAccepting() noexcept
     thread.SetTimer(m_watch, pauseWithoutDescriptors);
 }
 
-void PipeName::Remove(Handshakes& list, const Handshake& handshake) noexcept
+bool PipeName::Remove(Handshakes& list, const Handshake& handshake) noexcept
 {
-    std::erase_if(list, [&](const auto& entry) { return entry.Get() == &handshake; });
+    return std::erase_if(list, [&](const auto& entry) { return entry.Get() == &handshake; }) != 0;
 }
 
 void PipeName::Drop(Handshake& handshake) noexcept
@@ -364,8 +390,19 @@ void PipeName::Drop(Handshake& handshake) noexcept
     const Ref<Handshake> alive(&handshake);
     const std::lock_guard guard(m_lock);
     Remove(m_handshakes, handshake);
+    Remove(m_opening, handshake);
     Remove(m_waiting, handshake);
     handshake.End();
+}
+
+void PipeName::GiveUp(Handshake& handshake) noexcept
+{
+    const Ref<Handshake> alive(&handshake);
+    const std::lock_guard guard(m_lock);
+    if (Remove(m_opening, handshake))
+    {
+        handshake.End(ERROR_PIPE_BUSY);
+    }
 }
 
 } // namespace Quoll::Platform

@@ -35,6 +35,8 @@ public:
     /// The handshake's hello is complete.
     void Serve(Handshake& handshake, HelloKind kind) noexcept;
     void Drop(Handshake& handshake) noexcept;
+    /// It has waited for an instance long enough.
+    void GiveUp(Handshake& handshake) noexcept;
 
 private:
     using Handshakes = std::list<Ref<Handshake>>;
@@ -49,7 +51,9 @@ private:
     DWORD Answer(Handshake& handshake, HelloKind kind) noexcept;
     void Keep(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit);
     void KeepLocked(Handshakes& list, std::size_t most, const Ref<Handshake>& handshake, DWORD limit);
-    static void Remove(Handshakes& list, const Handshake& handshake) noexcept;
+    static bool Remove(Handshakes& list, const Handshake& handshake) noexcept;
+    DWORD AttachToAny(Handshake& handshake) noexcept;
+    bool AnyListens() const noexcept;
     void PauseAccepting() noexcept;
     void EndHandshakes(DWORD code) noexcept;
 
@@ -60,6 +64,7 @@ private:
     std::mutex m_lock; // guards what follows; taken before an instance's lock
     std::vector<ServerEnd*> m_instances;
     Handshakes m_handshakes; // oldest first
+    Handshakes m_opening;    // those who get the next instance that listens
     Handshakes m_waiting;    // those who ask for a free instance
 };
 
