@@ -10,6 +10,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <vector>
 
@@ -70,6 +71,7 @@ private:
     std::vector<std::uint32_t> drops;
 };
 
+// A client that loses the race for the next instance five times is told so, and may come again.
 TEST_F(PipeServer, AdmitsManyClientsThatComeAtOnce)
 {
     const auto server = Make();
@@ -79,13 +81,22 @@ TEST_F(PipeServer, AdmitsManyClientsThatComeAtOnce)
     for (int i = 0; i < 64; ++i)
     {
         clients.push_back(std::make_unique<AsyncNamedPipeClient>(name, 20000));
-        answers.push_back(
-            TaskScheduler::Run([this, client = clients.back().get()] { return Ask(*client); }, TaskPlacement::Pool));
+        const auto ask = [this, client = clients.back().get()] {
+            while (!client->IsInitialized())
+            {
+                const DWORD code = CodeOf([client] { client->Open(SharedHandle()); });
+                EXPECT_TRUE(code == ERROR_SUCCESS || code == ERROR_PIPE_BUSY) << code;
+            }
+            return Ask(*client);
+        };
+        answers.push_back(TaskScheduler::Run(ask, TaskPlacement::Pool));
     }
+    std::set<WString> ids;
     for (const auto& answer : answers)
     {
-        EXPECT_NO_THROW(EXPECT_FALSE(answer.get().empty()));
+        ids.insert(answer.get());
     }
+    EXPECT_EQ(ids.size(), clients.size());
     server->Stop();
 }
 
@@ -149,7 +160,7 @@ TEST_F(PipeServer, RefusesClientsWithoutCountingThem)
     EXPECT_TRUE(Drops().empty());
 }
 
-TEST_F(PipeServer, KeepsDroppedConnectionsUntilTheStop)
+TEST_F(PipeServer, HasStoppedEachDroppedConnectionAtTheStop)
 {
     const auto server = Make();
     server->Start(nullptr);
@@ -160,7 +171,6 @@ TEST_F(PipeServer, KeepsDroppedConnectionsUntilTheStop)
     }
     ASSERT_TRUE(Eventually([&] { return Drops().size() == 2; }));
     const WStringView stopped = "ClearClosedConnections] Stopped"_w;
-    EXPECT_LE(log.Count(stopped), 1u) << "the second client's coming may clear the first";
     server->Stop();
     EXPECT_EQ(log.Count(stopped), 2u);
     EXPECT_EQ(log.Count("[MultiClientNamedPipeServer::Stop] Step 0"_w), 1u);
