@@ -20,6 +20,11 @@ if(QUOLL_SANITIZE)
     add_link_options(-fsanitize=${QUOLL_SANITIZE})
 endif()
 
+if(QUOLL_FUZZERS)
+    # What runs under the fuzzing engine counts its branches, or the engine searches blindly.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(WIN32)
     add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 endif()

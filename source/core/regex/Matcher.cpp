@@ -12,7 +12,7 @@ namespace
 constexpr std::uint64_t FixedSteps = 50'000'000;
 constexpr std::uint64_t StepsPerUnit = 500;
 constexpr std::size_t MostVisitBits = std::size_t{1} << 31; // 256 MiB
-constexpr std::size_t LongestStack = std::size_t{1} << 25;  // entries: 800 MiB
+constexpr std::size_t LongestStack = std::size_t{1} << 24;  // entries: 256 MiB
 
 } // namespace
 
@@ -114,7 +114,7 @@ bool Matcher::Step(std::size_t& pc, std::size_t& position)
         {
             return false;
         }
-        Push({position, static_cast<std::uint32_t>(target(instruction.second)), false});
+        Push({position, static_cast<std::uint32_t>(target(instruction.second)) & 0x7FFFFFFF, 0});
         pc = target(instruction.first);
         return true;
     case Operation::Jump:
@@ -202,7 +202,7 @@ bool Matcher::LookAhead(const Instruction& instruction, std::size_t pc, std::siz
     {
         while (m_stack.size() > floor)
         {
-            if (m_stack.back().isSlot)
+            if (m_stack.back().isSlot != 0)
             {
                 m_slots[m_stack.back().target] = m_stack.back().position;
             }
@@ -218,7 +218,7 @@ bool Matcher::Backtrack(std::size_t floor, std::size_t& pc, std::size_t& positio
     {
         const Entry entry = m_stack.back();
         m_stack.pop_back();
-        if (!entry.isSlot)
+        if (entry.isSlot == 0)
         {
             pc = entry.target;
             position = entry.position;
@@ -240,7 +240,7 @@ void Matcher::Push(const Entry& entry)
 
 void Matcher::SetSlot(std::uint32_t slot, std::size_t value)
 {
-    Push({m_slots[slot], slot, true});
+    Push({m_slots[slot], slot & 0x7FFFFFFF, 1});
     m_slots[slot] = value;
 }
 

@@ -40,8 +40,8 @@ private:
     struct Entry
     {
         std::size_t position;
-        std::uint32_t target;
-        bool isSlot;
+        std::uint32_t target : 31;
+        std::uint32_t isSlot : 1;
     };
 
     bool MatchAt(std::size_t at);
