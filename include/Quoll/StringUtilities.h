@@ -119,6 +119,7 @@ public:
 
     /// Replaces each occurrence, from left to right; inserted text isn't searched. An empty search
     /// does nothing.
+    /// @throws std::length_error  the text grew beyond 2^28 units
     static void Replace(WString& text, const WString& search, const WString& replacement);
 
     /// Replaces the first occurrence as long as there is one, those that arise from replacing included.
@@ -127,7 +128,7 @@ public:
     /// replacements go on making occurrences ("ab" by "bba").
     /// @throws std::runtime_error  "Replace shouldn't contain the search string for replace all": the
     ///                             replacement contains the search
-    /// @throws std::length_error   the text grew beyond 2^30 units
+    /// @throws std::length_error   the text grew beyond 2^28 units
     static void ReplaceAll(WString& text, const WString& search, const WString& replacement);
 
     /// If the first unit is any unit of `search`, replaces the first units, as many as `search` has or
@@ -154,16 +155,17 @@ public:
 
     /// Replaces every match of a regular expression (ECMAScript).
     ///
-    /// In the replacement "$&" is the match, "$1" to "$99" a group, "$`" and "$'" what stands before and
-    /// behind, "$$" a dollar sign. `^` and `$` are begin and end of the whole text, `\d`, `\w` and `\b` know
-    /// ASCII, `\s` the white space of Unicode's basic plane.
+    /// In the replacement "$&" is the match, "$1" to "$99" a group (two digits wherever there are two), "$`" what
+    /// stands between it and the match before, "$'" what stands behind it, "$$" a dollar sign. `^` and `$` are begin
+    /// and end of the whole text, `\d`, `\w` and `\b` know ASCII, `\s` the white space of Unicode's basic plane.
     ///
     /// Stack use doesn't depend on the text. A text of a million units takes well under a second for
     /// usual patterns; a search that takes more than 50 million steps and 500 for each unit, as
     /// nested repeats with look-ahead or back references can, is given up.
     /// @throws std::regex_error  the pattern is ill-formed; it has more than 100,000 states
-    ///                           (error_space) or 200 nested groups (error_stack); or the
+    ///                           or 1,000 groups (error_space) or 200 nested groups (error_stack); or the
     ///                           search was given up (error_complexity, error_stack)
+    /// @throws std::length_error  the text grew beyond 2^28 units
     static WString ReplaceRegex(const WString& text, const WString& pattern, const WString& replacement);
 
     /// @name Numbers

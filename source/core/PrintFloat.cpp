@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <string_view>
 
 namespace Quoll::Utilities
@@ -79,7 +81,8 @@ void ConvertGeneral(FloatText& text, double value, int precision, bool keepZeros
     const int exponent = DecimalExponent(text.suffix);
     if (exponent >= -4 && exponent < digits)
     {
-        text.Convert(value, std::chars_format::fixed, digits - 1 - exponent);
+        const std::int64_t places = std::int64_t{digits} - 1 - exponent;
+        text.Convert(value, std::chars_format::fixed, static_cast<int>(std::min<std::int64_t>(places, INT_MAX)));
     }
     if (!keepZeros)
     {
@@ -149,7 +152,11 @@ void PrintFloat(PrintSink& sink, const PrintDirective& directive, double value) 
     }
     if (upper)
     {
-        ToUpperAscii(text.buffer, text.bodyLength + text.suffix.size() + 1);
+        ToUpperAscii(text.buffer, text.bodyLength);
+        if (!text.suffix.empty()) // which dropped zeros may part from the body
+        {
+            ToUpperAscii(text.buffer + (text.suffix.data() - text.buffer), text.suffix.size());
+        }
     }
     number.body = text.buffer;
     number.bodyLength = text.bodyLength;

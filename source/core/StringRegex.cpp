@@ -1,4 +1,5 @@
 #include "Quoll/StringUtilities.h"
+#include "core/ReplaceLimit.h"
 #include "core/regex/Matcher.h"
 
 namespace Quoll::Utilities
@@ -17,26 +18,23 @@ void AppendGroup(WString& result, WStringView text, const Matcher& match, std::s
     }
 }
 
-// Reads a group's number: two digits if there is such a group, else one.
-std::size_t ReadGroup(WStringView digits, std::size_t groups, std::size_t& used)
+// Reads a group's number: of two digits wherever there are two, as the standard library does.
+std::size_t ReadGroup(WStringView digits, std::size_t& used)
 {
     std::size_t group = static_cast<std::size_t>(digits[0] - '0');
     used = 1;
     if (digits.size() > 1 && IsDigit(digits[1]))
     {
-        const std::size_t longer = group * 10 + static_cast<std::size_t>(digits[1] - '0');
-        if (longer < groups)
-        {
-            group = longer;
-            used = 2;
-        }
+        group = group * 10 + static_cast<std::size_t>(digits[1] - '0');
+        used = 2;
     }
     return group;
 }
 
-// Appends what the text behind a dollar sign stands for, and tells how much of it was used.
-std::size_t AppendSpecial(WString& result, WStringView text, const Matcher& match, std::size_t groups,
-                          WStringView special)
+// Appends what the text behind a dollar sign stands for, and tells how much of it was used. What
+// stands before a match begins behind the match before.
+std::size_t AppendSpecial(WString& result, WStringView text, std::size_t copied, const Matcher& match,
+                          std::size_t groups, WStringView special)
 {
     std::size_t used = 1;
     switch (special.empty() ? WChar{0} : special[0])
@@ -48,7 +46,7 @@ std::size_t AppendSpecial(WString& result, WStringView text, const Matcher& matc
         AppendGroup(result, text, match, 0);
         return used;
     case '`':
-        result.append(text.substr(0, match.Begin()));
+        result.append(text.substr(copied, match.Begin() - copied));
         return used;
     case '\'':
         result.append(text.substr(match.End()));
@@ -61,7 +59,7 @@ std::size_t AppendSpecial(WString& result, WStringView text, const Matcher& matc
         result.push_back('$');
         return 0;
     }
-    const std::size_t group = ReadGroup(special, groups, used);
+    const std::size_t group = ReadGroup(special, used);
     if (group < groups)
     {
         AppendGroup(result, text, match, group);
@@ -69,7 +67,7 @@ std::size_t AppendSpecial(WString& result, WStringView text, const Matcher& matc
     return used;
 }
 
-void AppendReplacement(WString& result, WStringView text, const Matcher& match, std::size_t groups,
+void AppendReplacement(WString& result, WStringView text, std::size_t copied, const Matcher& match, std::size_t groups,
                        WStringView replacement)
 {
     for (;;)
@@ -81,7 +79,8 @@ void AppendReplacement(WString& result, WStringView text, const Matcher& match, 
             return;
         }
         replacement.remove_prefix(dollar + 1);
-        replacement.remove_prefix(AppendSpecial(result, text, match, groups, replacement));
+        CheckReplacedLength(result.size(), text.size());
+        replacement.remove_prefix(AppendSpecial(result, text, copied, match, groups, replacement));
     }
 }
 
@@ -99,7 +98,8 @@ WString StringUtilities::ReplaceRegex(const WString& text, const WString& patter
     while (found)
     {
         result.append(text, copied, match.Begin() - copied);
-        AppendReplacement(result, text, match, program.groups, replacement);
+        AppendReplacement(result, text, copied, match, program.groups, replacement);
+        CheckReplacedLength(result.size(), text.size());
         copied = match.End();
         const bool empty = match.Begin() == copied;
         if (!empty)

@@ -1,4 +1,5 @@
 #include "Quoll/StringUtilities.h"
+#include "core/ReplaceLimit.h"
 #include "core/UnitSet.h"
 
 #include <algorithm>
@@ -7,13 +8,6 @@
 
 namespace Quoll::Utilities
 {
-
-namespace
-{
-
-constexpr std::size_t LongestReplaced = std::size_t{1} << 30;
-
-} // namespace
 
 void StringUtilities::AddAtEndIfNotExists(WString& text, const WString& suffix)
 {
@@ -35,6 +29,7 @@ void StringUtilities::Replace(WString& text, const WString& search, const WStrin
     {
         result.append(text, position, found - position).append(replacement);
         position = found + search.size();
+        CheckReplacedLength(result.size(), text.size());
     }
     result.append(text, position);
     text = std::move(result);
@@ -65,10 +60,7 @@ void StringUtilities::ReplaceAll(WString& text, const WString& search, const WSt
             done.resize(done.size() - search.size());
             pending.append(inserted);
         }
-        if (done.size() + pending.size() > LongestReplaced && done.size() + pending.size() > text.size())
-        {
-            throw std::length_error("the replaced text is too long");
-        }
+        CheckReplacedLength(done.size() + pending.size(), text.size());
     }
     text = std::move(done);
 }

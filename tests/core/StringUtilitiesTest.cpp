@@ -328,6 +328,9 @@ TEST(StringUtilitiesRegex, ReplacesAsTheStandardDoes)
     }
     EXPECT_EQ(Strings::ReplaceRegex("John Smith!"_w, "(\\w+) (\\w+)"_w, "$2, $1 $$ $3|$`|$'|$"_w),
               WString("Smith, John $ ||!|$!"_w));
+    EXPECT_EQ(Strings::ReplaceRegex("abcabc"_w, "c"_w, "[$`]"_w), WString("ab[ab]ab[ab]"_w));
+    EXPECT_EQ(Strings::ReplaceRegex("x"_w, "(x)"_w, "$0$1-$01$00$10$12$99."_w), WString("xx-xx."_w));
+    EXPECT_THROW(Strings::ReplaceRegex(WString(100000, 'a'), "(a*)\\1b"_w, ""_w), std::regex_error);
 }
 
 // Random patterns against the standard's engine, on texts short enough for it. Its empty look-ahead is

@@ -140,22 +140,19 @@ private:
         {
             Fail(Error::error_stack);
         }
-        std::vector<Code> choices{Sequence(depth)};
-        while (Take("|"_w))
+        // From the last: split(own, rest), own, jump behind, rest. The whole is put together once.
+        std::vector<Code> choices;
+        std::size_t total = 0;
+        do
         {
             choices.push_back(Sequence(depth));
-        }
-        // From the last: split(own, rest), own, jump behind, rest. The whole is put together once.
-        std::size_t total = 0;
-        for (const Code& choice : choices)
-        {
-            total += choice.size() + 2;
-        }
+            total += choices.back().size() + 2;
+            if (total - 2 > MaxInstructions)
+            {
+                Fail(Error::error_space);
+            }
+        } while (Take("|"_w));
         total -= 2;
-        if (total > MaxInstructions)
-        {
-            Fail(Error::error_space);
-        }
         Code code;
         for (std::size_t i = 0; i < choices.size(); ++i)
         {
@@ -274,6 +271,10 @@ private:
         if (m_rest.starts_with("?"_w))
         {
             Fail(Error::error_paren);
+        }
+        if (m_program.groups == MaxGroups)
+        {
+            Fail(Error::error_space);
         }
         const std::uint32_t group = m_program.groups++;
         m_open.push_back(group);

@@ -172,13 +172,19 @@ bool Matcher::StepAsserting(const Instruction& instruction, std::size_t pc, std:
 }
 
 // A group that took no part matches nothing, which is always there.
-bool Matcher::StepBackReference(std::uint32_t group, std::size_t& position) const
+bool Matcher::StepBackReference(std::uint32_t group, std::size_t& position)
 {
     if (Begin(group) == Unset || End(group) == Unset)
     {
         return true;
     }
     const WStringView wanted = m_text.substr(Begin(group), End(group) - Begin(group));
+    // A step for each unit that is compared, so that the bound on the steps bounds the time.
+    if (m_steps < wanted.size())
+    {
+        throw std::regex_error(std::regex_constants::error_complexity);
+    }
+    m_steps -= wanted.size();
     const bool there = m_text.substr(position).starts_with(wanted);
     position += there ? wanted.size() : 0;
     return there;

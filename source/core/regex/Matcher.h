@@ -49,7 +49,7 @@ private:
     bool Step(std::size_t& pc, std::size_t& position);
     bool StepConsuming(const Instruction& instruction, std::size_t& position) const;
     bool StepAsserting(const Instruction& instruction, std::size_t pc, std::size_t position);
-    bool StepBackReference(std::uint32_t group, std::size_t& position) const;
+    bool StepBackReference(std::uint32_t group, std::size_t& position);
     bool Backtrack(std::size_t floor, std::size_t& pc, std::size_t& position);
     bool LookAhead(const Instruction& instruction, std::size_t pc, std::size_t position);
     void Push(const Entry& entry);

@@ -65,6 +65,7 @@ struct Program
 };
 
 constexpr std::size_t MaxInstructions = 100000;
+constexpr std::uint32_t MaxGroups = 1'000;
 constexpr int MaxNesting = 200;
 
 /// Compiles an ECMAScript pattern.

@@ -71,6 +71,7 @@ constexpr ErrorText k_texts[] = {
     {232, u"The pipe is closing.\r\n"},
     {233, u"No process is at the other end of the pipe.\r\n"},
     {234, u"There is further data.\r\n"},
+    {235, u"The operation has done nothing.\r\n"},
     {258, u"The time for the wait is over.\r\n"},
     {259, u"There are no further items.\r\n"},
     {267, u"The name is not that of a folder.\r\n"},
