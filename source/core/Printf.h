@@ -12,7 +12,8 @@
 //   %       a percent sign; any other type prints itself and takes no argument
 //
 // %n is refused, as are a format that ends within a conversion, a width or precision above INT_MAX
-// and a text longer than INT_MAX: the result is -1. Memory stays bounded whatever the format says.
+// and a text longer than INT_MAX: the result is -1. The formatter itself takes a fixed amount of
+// memory whatever the format says; who makes room for the whole text needs two bytes a unit, up to 4 GiB.
 // The formatter is pure and is used by the Linux platform layer as well.
 #pragma once
 

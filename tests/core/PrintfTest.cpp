@@ -60,6 +60,9 @@ TEST(Printf, PrintsFloatingPointAsC)
     EXPECT_PRINT("3.141593 -0.5 1e+10 100000 1e-05", "%f %.1f %g %g %g"_w, 3.14159265, -0.5, 1e10, 1e5, 1e-5);
     EXPECT_PRINT("1.50e+00 1E-07 0X1.8P+0 0x1.0p+4", "%.2e %.0E %A %.1a"_w, 1.5, 1e-7, 1.5, 16.0);
     EXPECT_PRINT("1.00000 1. 1.e+00 |0001.5|1.5  |", "%#g %#.0f %#.0e |%06.1f|%-5.1f|"_w, 1.0, 1.0, 1.0, 1.5, 1.5);
+    EXPECT_PRINT("1E+100 1.00000E+100 1.5E-07", "%G %#G %G"_w, 1e100, 1e100, 1.5e-7);
+    EXPECT_PRINT("0.25", "%.2147483647g"_w, 0.25);
+    EXPECT_PRINT("<error>", "%#.2147483647g"_w, 0.25);
     EXPECT_PRINT("inf -INF   nan 2 4", "%f %F %05f %.0f %.0f"_w, INFINITY, -INFINITY, NAN, 2.5, 3.5);
     EXPECT_PRINT("1.5 0.1000000000000000055511151231257827", "%Lg %.34f"_w, 1.5L, 0.1);
     EXPECT_EQ(Print(nullptr, 0, "%.400f"_w, 1.7976931348623157e308), 309 + 1 + 400);
