@@ -112,6 +112,7 @@ WString StringUtilities::ReplaceRegex(const WString& text, const WString& patter
         }
     }
     result.append(text, copied);
+    CheckReplacedLength(result.size(), text.size());
     return result;
 }
 

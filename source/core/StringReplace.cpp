@@ -32,6 +32,7 @@ void StringUtilities::Replace(WString& text, const WString& search, const WStrin
         CheckReplacedLength(result.size(), text.size());
     }
     result.append(text, position);
+    CheckReplacedLength(result.size(), text.size());
     text = std::move(result);
 }
 

@@ -329,6 +329,9 @@ TEST(StringUtilitiesRegex, ReplacesAsTheStandardDoes)
     EXPECT_EQ(Strings::ReplaceRegex("John Smith!"_w, "(\\w+) (\\w+)"_w, "$2, $1 $$ $3|$`|$'|$"_w),
               WString("Smith, John $ ||!|$!"_w));
     EXPECT_EQ(Strings::ReplaceRegex("abcabc"_w, "c"_w, "[$`]"_w), WString("ab[ab]ab[ab]"_w));
+    EXPECT_EQ(Strings::ReplaceRegex("x中一d丐丒"_w, "[xza-cb-cy\\u4e2d\\u4e00-\\u4e10\\u4e02]"_w, ""_w),
+              WString("d丒"_w));
+    EXPECT_EQ(Strings::ReplaceRegex("ab"_w, "(a)|b"_w, "[$1]"_w), WString("[a][]"_w));
     EXPECT_EQ(Strings::ReplaceRegex("x"_w, "(x)"_w, "$0$1-$01$00$10$12$99."_w), WString("xx-xx."_w));
     EXPECT_THROW(Strings::ReplaceRegex(WString(100000, 'a'), "(a*)\\1b"_w, ""_w), std::regex_error);
 }
@@ -343,6 +346,7 @@ TEST(StringUtilitiesRegex, AgreesWithTheStandardOnRandomPatterns)
     const auto random = [&state](std::uint32_t bound) {
         return (state = state * 1664525 + 1013904223) / 65536 % bound;
     };
+    const std::string replacement = "<$&|$`|$'|$0$00$10$12$99>";
     int compared = 0;
     for (int round = 0; round < 30000; ++round)
     {
@@ -359,7 +363,7 @@ TEST(StringUtilitiesRegex, AgreesWithTheStandardOnRandomPatterns)
         std::string expected;
         try
         {
-            expected = std::regex_replace(text, std::regex(pattern), "<$&>");
+            expected = std::regex_replace(text, std::regex(pattern), replacement);
         }
         catch (const std::regex_error&)
         {
@@ -367,7 +371,8 @@ TEST(StringUtilitiesRegex, AgreesWithTheStandardOnRandomPatterns)
         }
         try
         {
-            EXPECT_EQ(Shown(Strings::ReplaceRegex(Strings::Utf8ToUtf16(text), Strings::Utf8ToUtf16(pattern), "<$&>"_w)),
+            EXPECT_EQ(Shown(Strings::ReplaceRegex(Strings::Utf8ToUtf16(text), Strings::Utf8ToUtf16(pattern),
+                                                  Strings::Utf8ToUtf16(replacement))),
                       expected)
                 << pattern << " on " << text;
             ++compared;

@@ -311,6 +311,7 @@ private:
 
     Code Class(UnitClass&& found)
     {
+        found.Finish();
         m_program.classes.push_back(std::move(found));
         return {{Operation::Class, static_cast<std::uint32_t>(m_program.classes.size() - 1)}};
     }

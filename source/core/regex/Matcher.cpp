@@ -12,7 +12,8 @@ namespace
 constexpr std::uint64_t FixedSteps = 50'000'000;
 constexpr std::uint64_t StepsPerUnit = 500;
 constexpr std::size_t MostVisitBits = std::size_t{1} << 31; // 256 MiB
-constexpr std::size_t LongestStack = std::size_t{1} << 24;  // entries: 256 MiB
+constexpr std::size_t LongestStack = std::size_t{1} << 23;  // entries: 128 MiB
+constexpr std::uint64_t BitsPerStep = 512;                  // what forgetting visits pays
 
 } // namespace
 
@@ -37,9 +38,7 @@ Matcher::Matcher(const Program& program, WStringView text)
 bool Matcher::Search(std::size_t from)
 {
     m_nonEmpty = false;
-    ForgetVisits();
-    m_firstVisited = from;
-    m_lastVisited = from;
+    Restart(from);
     for (std::size_t at = from; at <= m_text.size(); ++at)
     {
         if (MatchAt(at))
@@ -53,18 +52,35 @@ bool Matcher::Search(std::size_t from)
 bool Matcher::MatchNonEmptyAt(std::size_t at)
 {
     m_nonEmpty = true;
+    Restart(at);
+    return MatchAt(at);
+}
+
+// Takes back what the last match set; a search that failed has done so already.
+void Matcher::Restart(std::size_t at)
+{
+    for (std::size_t pc = 0, position = 0; Backtrack(0, pc, position);)
+    {
+    }
     ForgetVisits();
     m_firstVisited = at;
     m_lastVisited = at;
-    return MatchAt(at);
 }
 
 bool Matcher::MatchAt(std::size_t at)
 {
     m_start = at;
-    m_stack.clear();
-    std::fill(m_slots.begin(), m_slots.end(), Unset);
     return Run(0, at, 0);
+}
+
+// Takes steps off those that are left.
+void Matcher::Charge(std::uint64_t steps)
+{
+    if (m_steps < steps)
+    {
+        throw std::regex_error(std::regex_constants::error_complexity);
+    }
+    m_steps -= steps;
 }
 
 // Runs until a match, or until the stack is back at `floor`.
@@ -72,10 +88,7 @@ bool Matcher::Run(std::size_t pc, std::size_t position, std::size_t floor)
 {
     for (;;)
     {
-        if (m_steps-- == 0)
-        {
-            throw std::regex_error(std::regex_constants::error_complexity);
-        }
+        Charge(1);
         if (m_program.code[pc].operation == Operation::Match)
         {
             const bool whole = pc + 1 == m_program.code.size();
@@ -180,11 +193,7 @@ bool Matcher::StepBackReference(std::uint32_t group, std::size_t& position)
     }
     const WStringView wanted = m_text.substr(Begin(group), End(group) - Begin(group));
     // A step for each unit that is compared, so that the bound on the steps bounds the time.
-    if (m_steps < wanted.size())
-    {
-        throw std::regex_error(std::regex_constants::error_complexity);
-    }
-    m_steps -= wanted.size();
+    Charge(wanted.size());
     const bool there = m_text.substr(position).starts_with(wanted);
     position += there ? wanted.size() : 0;
     return there;
@@ -267,6 +276,7 @@ void Matcher::ForgetVisits()
 {
     if (!m_visited.empty())
     {
+        Charge((m_lastVisited + 1 - m_firstVisited) * m_splits / BitsPerStep);
         const auto at = [this](std::size_t position) {
             return m_visited.begin() + static_cast<std::ptrdiff_t>(position * m_splits);
         };

@@ -44,7 +44,9 @@ private:
         std::uint32_t isSlot : 1;
     };
 
+    void Restart(std::size_t at);
     bool MatchAt(std::size_t at);
+    void Charge(std::uint64_t steps);
     bool Run(std::size_t pc, std::size_t position, std::size_t floor);
     bool Step(std::size_t& pc, std::size_t& position);
     bool StepConsuming(const Instruction& instruction, std::size_t& position) const;

@@ -1,6 +1,8 @@
 #include "core/regex/Program.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace Quoll::Utilities::Regex
 {
@@ -40,14 +42,32 @@ void UnitClass::Complement()
     m_complement = true;
 }
 
+void UnitClass::Finish()
+{
+    std::sort(m_ranges.begin(), m_ranges.end(),
+              [](const UnitRange& left, const UnitRange& right) { return left.first < right.first; });
+    std::vector<UnitRange> merged;
+    for (const UnitRange& range : m_ranges)
+    {
+        if (merged.empty() || range.first > merged.back().last)
+        {
+            merged.push_back(range);
+        }
+        merged.back().last = std::max(merged.back().last, range.last);
+    }
+    m_ranges = std::move(merged);
+}
+
+bool UnitClass::IsInRanges(WChar unit) const noexcept
+{
+    const auto next = std::upper_bound(m_ranges.begin(), m_ranges.end(), unit,
+                                       [](WChar value, const UnitRange& range) { return value < range.first; });
+    return next != m_ranges.begin() && unit <= std::prev(next)->last;
+}
+
 bool UnitClass::Contains(WChar unit) const noexcept
 {
-    const bool found = unit < m_low.size()
-                           ? m_low[unit]
-                           : std::any_of(
-                                 m_ranges.begin(), m_ranges.end(),
-                                 [unit](const UnitRange& range) { return unit >= range.first && unit <= range.last; });
-    return found != m_complement;
+    return (unit < m_low.size() ? m_low[unit] : IsInRanges(unit)) != m_complement;
 }
 
 } // namespace Quoll::Utilities::Regex

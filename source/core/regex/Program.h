@@ -18,10 +18,14 @@ public:
     // Adds the ranges, or all units but those.
     void Add(const std::vector<UnitRange>& ranges, bool complement);
     void Complement();
+    // Puts the ranges in order, which Contains needs.
+    void Finish();
 
     bool Contains(WChar unit) const noexcept;
 
 private:
+    bool IsInRanges(WChar unit) const noexcept;
+
     std::vector<UnitRange> m_ranges;
     std::bitset<256> m_low;
     bool m_complement = false;
