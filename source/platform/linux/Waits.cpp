@@ -132,21 +132,27 @@ private:
     std::size_t m_queued = 0;
 };
 
-/// Sleeps once, or does what operations have become ready. False if the thread can't sleep.
-bool SleepOrWork(ThreadRecord& self, Targets targets, PollSet& polled, const Deadline& deadline) noexcept
-try
+/// Sleeps on what was collected and does what has become ready. False if the thread can't sleep.
+bool Work(ThreadRecord& self, PollSet& polled, const Deadline& deadline) noexcept
 {
-    if (!polled.Collect(targets))
-    {
-        self.parker.Park(deadline);
-        return true;
-    }
     if (!polled.Sleep(self, deadline))
     {
         SetLastError(ERROR_TOO_MANY_OPEN_FILES);
         return false;
     }
     polled.AdvanceReady();
+    return true;
+}
+
+/// Sleeps once, or does what operations have become ready. False if the thread can't.
+bool SleepOrWork(ThreadRecord& self, Targets targets, PollSet& polled, const Deadline& deadline) noexcept
+try
+{
+    if (polled.Collect(targets))
+    {
+        return Work(self, polled, deadline);
+    }
+    self.parker.Park(deadline);
     return true;
 }
 catch (const std::bad_alloc&)
@@ -180,10 +186,15 @@ DWORD WaitAny(Targets targets, std::span<WaitBlock> blocks, DWORD milliseconds)
     PollSet polled;
     if (milliseconds == 0)
     {
-        return polled.Collect(targets) && SleepOrWork(self, targets, polled, deadline) &&
-                       TryTakeLowest(targets, self, outcome)
-                   ? outcome
-                   : WAIT_TIMEOUT;
+        if (!polled.Collect(targets))
+        {
+            return WAIT_TIMEOUT;
+        }
+        if (!Work(self, polled, deadline))
+        {
+            return WAIT_FAILED;
+        }
+        return TryTakeLowest(targets, self, outcome) ? outcome : WAIT_TIMEOUT;
     }
 
     Waiter waiter(self, false);

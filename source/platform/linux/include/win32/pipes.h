@@ -42,8 +42,7 @@ extern "C"
     /// Opens a pipe's client end, for overlapped use. Where no instance is free it waits a tenth of a
     /// second for one before it fails with ERROR_PIPE_BUSY: a server makes the next instance when the
     /// last one has got its client, and those who come at once would lose that race again and again.
-    /// Names outside \\.\pipe\ are
-    /// ERROR_NOT_SUPPORTED as yet.
+    /// Names outside \\.\pipe\ are ERROR_NOT_SUPPORTED as yet.
     HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                        DWORD flags, HANDLE pattern) noexcept;
     BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped) noexcept;
