@@ -18,5 +18,6 @@
 #include "Quoll/StructuredException.h"
 #include "Quoll/Synchronization.h"
 #include "Quoll/Task.h"
+#include "Quoll/TextCodecs.h"
 #include "Quoll/WideString.h"
 #include "Quoll/WindowsTypes.h"
