@@ -1,12 +1,12 @@
 // The Base64 coder beside OpenSSL's EVP coder, on 1 MB and on a short text.
 //
-// "encode" and "decode" are the coders alone, from buffer to buffer; "to-vector" makes the vector. On wide text
-// OpenSSL's side gets what a user would need around it: our conversions between UTF-8 and UTF-16.
-// Texts with "lines" have a break every 76 units; OpenSSL decodes those with EVP_DecodeUpdate.
+// "encode" and "decode" are the coders alone, from buffer to buffer, ours without vectors as well; "to-vector" makes
+// the vector. On wide text OpenSSL's side gets what a user would need around it: our conversions between UTF-8 and
+// UTF-16. Texts with "lines" have a break every 76 units; OpenSSL decodes those with EVP_DecodeUpdate.
 #include "Quoll/StringUtilities.h"
 #include "Quoll/TextCodecs.h"
 #include "Ratios.h"
-#include "data/base64/Coder.h"
+#include "data/base64/Kernels.h"
 
 #include <benchmark/benchmark.h>
 
@@ -29,7 +29,7 @@ using Bytes = std::vector<unsigned char>;
 struct Sample
 {
     std::string name;
-    std::string bytes; // ASCII, so that its wide text has as many units
+    std::string bytes;
     std::string encoded;
     std::string lines;
     WString wide;
@@ -37,14 +37,15 @@ struct Sample
     WString wideLines;
 };
 
-Sample MakeSample(const std::string& name, std::size_t size)
+// The words in random order.
+Sample MakeSample(const std::string& name, std::size_t size, const std::vector<std::string>& words)
 {
     std::mt19937 random(1);
     Sample sample;
     sample.name = name;
     while (sample.bytes.size() < size)
     {
-        sample.bytes.push_back(static_cast<char>(' ' + random() % 95));
+        sample.bytes += words[random() % words.size()];
     }
     sample.wide = StringUtilities::Utf8ToUtf16(sample.bytes);
     sample.wideEncoded = Base64::Encode(sample.wide);
@@ -115,26 +116,29 @@ void Register(const std::string& what, const Sample& sample, const char* who, Wo
 void RegisterCoders(const Sample& sample)
 {
     const auto buffer = std::make_shared<Bytes>(2 * sample.bytes.size() + 128);
-    const auto encode = [buffer, &sample] {
+    const auto encode = [buffer, &sample](auto* coder) {
         Base64Coder::EncodeCursor<char> cursor{Raw(sample.bytes), Raw(sample.bytes) + sample.bytes.size(),
                                                reinterpret_cast<char*>(buffer->data())};
-        Base64Coder::Encode(cursor);
+        coder(cursor);
     };
-    const auto decode = [buffer](const std::string& text) {
+    const auto decode = [buffer](const std::string& text, auto* coder) {
         Base64Coder::DecodeCursor<char> cursor{text.data(), text.data() + text.size(), buffer->data(),
                                                buffer->data() + buffer->size()};
-        benchmark::DoNotOptimize(Base64Coder::Decode(cursor));
+        benchmark::DoNotOptimize(coder(cursor));
     };
     const std::shared_ptr<EVP_ENCODE_CTX> context(EVP_ENCODE_CTX_new(), EVP_ENCODE_CTX_free);
-    Register("encode", sample, "quoll", encode);
+    Register("encode", sample, "quoll", [encode] { encode(Base64Coder::Encode<char>); });
+    Register("encode", sample, "plain", [encode] { encode(Base64Coder::Kernels().front().encodeBytes); });
     Register("encode", sample, "openssl", [buffer, &sample] {
         EVP_EncodeBlock(buffer->data(), Raw(sample.bytes), static_cast<int>(sample.bytes.size()));
     });
-    Register("decode", sample, "quoll", [decode, &sample] { decode(sample.encoded); });
+    Register("decode", sample, "quoll", [decode, &sample] { decode(sample.encoded, Base64Coder::Decode<char>); });
+    Register("decode", sample, "plain",
+             [decode, &sample] { decode(sample.encoded, Base64Coder::Kernels().front().decodeBytes); });
     Register("decode", sample, "openssl", [buffer, &sample] {
         EVP_DecodeBlock(buffer->data(), Raw(sample.encoded), static_cast<int>(sample.encoded.size()));
     });
-    Register("decode-lines", sample, "quoll", [decode, &sample] { decode(sample.lines); });
+    Register("decode-lines", sample, "quoll", [decode, &sample] { decode(sample.lines, Base64Coder::Decode<char>); });
     Register("decode-lines", sample, "openssl",
              [context, buffer, &sample] { DecodeLinesWithEvp(context.get(), sample.lines, buffer->data()); });
 }
@@ -179,12 +183,16 @@ void RegisterWide(const Sample& sample)
 
 int main(int argc, char** argv)
 {
-    const Sample samples[] = {MakeSample("1mb", 1 << 20), MakeSample("300b", 300)};
+    const std::vector<std::string> ascii = {"{\"event\":", "\"scan\",", " the", " service", "1024", "};\n"};
+    const std::vector<std::string> mixed = {"{\"файл\":", "\"Ключ\",", " für", " C:\\中文", "😀", "};\n"};
+    const Sample samples[] = {MakeSample("1mb", 1 << 20, ascii), MakeSample("300b", 300, ascii)};
     for (const Sample& sample : samples)
     {
         RegisterCoders(sample);
         RegisterVectors(sample);
         RegisterWide(sample);
     }
+    const Sample apart = MakeSample("1mb-mixed", 1 << 20, mixed);
+    RegisterWide(apart);
     return Benchmarks::RunAndCompare(argc, argv);
 }

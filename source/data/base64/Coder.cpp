@@ -27,7 +27,8 @@ const std::vector<Kernel>& Kernels()
 {
     static const std::vector<Kernel> kernels = [] {
         std::vector<Kernel> list{{"plain", EncodePlain<char>, EncodePlain<WChar>, DecodeAll<char>, DecodeAll<WChar>}};
-        AddX86Kernels(list);
+        AddSsse3Kernel(list);
+        AddAvx2Kernel(list);
         return list;
     }();
     return kernels;

@@ -21,7 +21,8 @@ struct Kernel
 // The variants that this processor can run, the plain one first and the best last.
 const std::vector<Kernel>& Kernels();
 
-// Adds the variants for x86-64 that this processor can run; none elsewhere.
-void AddX86Kernels(std::vector<Kernel>& kernels);
+// Each adds its variant if this processor can run it.
+void AddSsse3Kernel(std::vector<Kernel>& kernels);
+void AddAvx2Kernel(std::vector<Kernel>& kernels);
 
 } // namespace Quoll::Base64Coder

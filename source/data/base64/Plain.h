@@ -4,7 +4,9 @@
 
 #include "data/base64/Coder.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
@@ -57,31 +59,37 @@ const Unit* SkipSpace(const Unit* units, const Unit* end) noexcept
 }
 
 template<class Unit>
+Unit UnitOf(std::uint32_t value) noexcept
+{
+    return static_cast<Unit>(Alphabet[value & 0x3F]);
+}
+
+template<class Unit>
 void EncodePlain(EncodeCursor<Unit>& cursor) noexcept
 {
-    const auto put = [&cursor](std::uint32_t group, int units) {
-        for (int shift = 18; units > 0; --units, shift -= 6)
-        {
-            *cursor.out++ = static_cast<Unit>(Alphabet[(group >> shift) & 0x3F]);
-        }
-    };
-    const unsigned char* in = cursor.in;
-    for (; cursor.inEnd - in >= 3; in += 3)
+    const unsigned char* in = cursor.in; // copies that no store can alias
+    Unit* out = cursor.out;
+    for (; cursor.inEnd - in >= 3; in += 3, out += 4)
     {
-        put(static_cast<std::uint32_t>(in[0]) << 16 | static_cast<std::uint32_t>(in[1]) << 8 | in[2], 4);
+        const std::uint32_t group =
+            static_cast<std::uint32_t>(in[0]) << 16 | static_cast<std::uint32_t>(in[1]) << 8 | in[2];
+        out[0] = UnitOf<Unit>(group >> 18);
+        out[1] = UnitOf<Unit>(group >> 12);
+        out[2] = UnitOf<Unit>(group >> 6);
+        out[3] = UnitOf<Unit>(group);
     }
-    if (cursor.inEnd - in == 2)
+    if (in != cursor.inEnd)
     {
-        put(static_cast<std::uint32_t>(in[0]) << 16 | static_cast<std::uint32_t>(in[1]) << 8, 3);
-        *cursor.out++ = static_cast<Unit>('=');
-    }
-    else if (cursor.inEnd - in == 1)
-    {
-        put(static_cast<std::uint32_t>(in[0]) << 16, 2);
-        *cursor.out++ = static_cast<Unit>('=');
-        *cursor.out++ = static_cast<Unit>('=');
+        const bool two = cursor.inEnd - in == 2;
+        const std::uint32_t group = static_cast<std::uint32_t>(in[0]) << 8 | (two ? in[1] : 0u);
+        out[0] = UnitOf<Unit>(group >> 10);
+        out[1] = UnitOf<Unit>(group >> 4);
+        out[2] = two ? UnitOf<Unit>(group << 2) : static_cast<Unit>('=');
+        out[3] = static_cast<Unit>('=');
+        out += 4;
     }
     cursor.in = cursor.inEnd;
+    cursor.out = out;
 }
 
 // The end of a text from its first padding on, behind `count` values of the last group.
@@ -186,5 +194,39 @@ Outcome DecodePlain(DecodeCursor<Unit>& position, const Unit* stop) noexcept
     position = cursor;
     return outcome;
 }
+
+// Goes on where a vector kernel met what isn't of the alphabet, behind `groups` whole groups of a block.
+// Most texts have long lines that break between groups. Where breaks are so dense that one block after the
+// other holds next to nothing, blocks aren't worth the while.
+template<class Unit>
+class BreakDecoder
+{
+public:
+    void BlockWasFull() noexcept
+    {
+        m_poorBlocks = 0;
+    }
+
+    [[gnu::always_inline]] inline Outcome Decode(DecodeCursor<Unit>& cursor, std::ptrdiff_t groups) noexcept
+    {
+        m_poorBlocks = groups > 1 ? 0 : std::min(m_poorBlocks + 1, 3);
+        if (m_poorBlocks > 2)
+        {
+            return DecodePlain(cursor, cursor.in + std::min(PlainStretch, cursor.inEnd - cursor.in));
+        }
+        const Unit* const next = SkipSpace(cursor.in, cursor.inEnd);
+        if (next == cursor.in)
+        {
+            return DecodePlain(cursor, next + 1);
+        }
+        cursor.in = next;
+        return Outcome::Complete;
+    }
+
+private:
+    static constexpr std::ptrdiff_t PlainStretch = 128;
+
+    int m_poorBlocks = 0; // in a row
+};
 
 } // namespace Quoll::Base64Coder

@@ -1,8 +1,10 @@
-// The Base64 coder's kernel for x86-64 with AVX2: blocks of 24 bytes and 32 units. The plain coder
-// takes the groups in which white space stands, the rest at the end, and all that is refused.
+// The Base64 coder's kernel for x86-64 with AVX2: blocks of 24 bytes and 32 units. The plain coder takes the
+// groups in which white space stands, the rest at the end, and all that is refused.
 #include "data/base64/Kernels.h"
 
 #if defined(__x86_64__)
+
+#include "data/base64/VectorTables.h"
 
 #include <bit>
 #include <immintrin.h>
@@ -18,58 +20,6 @@ constexpr std::ptrdiff_t BlockUnits = 32;
 // What a block may read or write.
 constexpr std::ptrdiff_t EncodeReach = 28;
 constexpr std::ptrdiff_t DecodeReach = 32;
-
-using Table = std::array<std::uint8_t, 16>;
-
-// What to add to a value for its unit, by the row that RowsOf gives.
-constexpr Table UnitOffsets = [] {
-    Table offsets{};
-    for (unsigned row = 0; row < 14; ++row)
-    {
-        const unsigned value = row == 13 ? 0 : 51 + row;
-        offsets[row] = static_cast<std::uint8_t>(static_cast<unsigned char>(Alphabet[value]) - value);
-    }
-    return offsets;
-}();
-static_assert(UnitOffsets[0] == 'z' - 51 && UnitOffsets[1] == UnitOffsets[10]);
-
-// What to add to a unit for its value, by the unit's high half; row 1 is that of "/", which is alone
-// in sharing its high half with a unit that isn't its neighbour.
-constexpr Table ValueOffsets = [] {
-    Table offsets{};
-    for (unsigned value = 0; value < 63; ++value)
-    {
-        const auto unit = static_cast<unsigned char>(Alphabet[value]);
-        offsets[unit >> 4] = static_cast<std::uint8_t>(value - unit);
-    }
-    offsets[1] = static_cast<std::uint8_t>(63 - '/');
-    return offsets;
-}();
-
-// A bit for each high half that has units of the alphabet, and one for all others.
-constexpr unsigned HighBit(unsigned high) noexcept
-{
-    return high >= 2 && high <= 7 ? 1u << (high - 2) : 0x40;
-}
-
-constexpr Table HighBits = [] {
-    Table bits{};
-    for (unsigned high = 0; high < 16; ++high)
-    {
-        bits[high] = static_cast<std::uint8_t>(HighBit(high));
-    }
-    return bits;
-}();
-
-// For each low half the bits of the high halves with which it is no unit of the alphabet.
-constexpr Table WrongHighBits = [] {
-    Table bits{};
-    for (unsigned unit = 0; unit < 256; ++unit)
-    {
-        bits[unit & 15] |= static_cast<std::uint8_t>(Meanings[unit] < 64 ? 0 : HighBit(unit >> 4));
-    }
-    return bits;
-}();
 
 [[gnu::target("avx2"), gnu::always_inline]] inline __m256i Load(const void* from) noexcept
 {
@@ -141,18 +91,20 @@ constexpr Table WrongHighBits = [] {
 }
 
 template<class Unit>
-[[gnu::target("avx2")]] void EncodeAvx2(EncodeCursor<Unit>& position) noexcept
+[[gnu::target("avx2")]] void EncodeAvx2(EncodeCursor<Unit>& cursor) noexcept
 {
-    EncodeCursor<Unit> cursor = position; // a copy that no store can alias
-    while (cursor.inEnd - cursor.in >= EncodeReach)
+    const unsigned char* in = cursor.in; // copies that no store can alias
+    Unit* out = cursor.out;
+    while (cursor.inEnd - in >= EncodeReach)
     {
-        const __m256i values = Spread(cursor.in);
-        StoreUnits(cursor.out, _mm256_add_epi8(values, LookUp(UnitOffsets, RowsOf(values))));
-        cursor.in += BlockBytes;
-        cursor.out += BlockUnits;
+        const __m256i values = Spread(in);
+        StoreUnits(out, _mm256_add_epi8(values, LookUp(UnitOffsets, RowsOf(values))));
+        in += BlockBytes;
+        out += BlockUnits;
     }
+    cursor.in = in;
+    cursor.out = out;
     EncodePlain(cursor);
-    position = cursor;
 }
 
 // The 24 bytes of 32 values, in the vector's first 24.
@@ -176,8 +128,9 @@ template<class Unit>
 template<class Unit>
 [[gnu::target("avx2")]] Outcome DecodeAvx2(DecodeCursor<Unit>& cursor) noexcept
 {
-    const Unit* in = cursor.in;
+    const Unit* in = cursor.in; // copies that no store can alias
     unsigned char* out = cursor.out;
+    BreakDecoder<Unit> breaks;
     while (cursor.inEnd - in >= BlockUnits && cursor.outEnd - out >= DecodeReach)
     {
         const __m256i units = LoadUnits(in);
@@ -190,26 +143,20 @@ template<class Unit>
         {
             in += BlockUnits;
             out += BlockBytes;
+            breaks.BlockWasFull();
             continue;
         }
-        // Whole groups in front of the first unit that isn't of the alphabet are good as they are. Lines mostly
-        // break between groups.
-        const int groups = std::countr_one(known) / 4;
-        const Unit* const next = in + 4 * static_cast<std::ptrdiff_t>(groups);
-        in = SkipSpace(next, cursor.inEnd);
-        out += 3 * static_cast<std::ptrdiff_t>(groups);
-        if (in == next)
+        // Whole groups in front of the first unit that isn't of the alphabet are good as they are.
+        const std::ptrdiff_t groups = std::countr_one(known) / 4;
+        DecodeCursor<Unit> apart{in + 4 * groups, cursor.inEnd, out + 3 * groups, cursor.outEnd};
+        const Outcome outcome = breaks.Decode(apart, groups);
+        if (outcome != Outcome::Complete)
         {
-            DecodeCursor<Unit> apart{in, cursor.inEnd, out, cursor.outEnd};
-            const Outcome outcome = DecodePlain(apart, in + 1);
-            if (outcome != Outcome::Complete)
-            {
-                cursor = apart;
-                return outcome;
-            }
-            in = apart.in;
-            out = apart.out;
+            cursor = apart;
+            return outcome;
         }
+        in = apart.in;
+        out = apart.out;
     }
     cursor.in = in;
     cursor.out = out;
@@ -218,7 +165,7 @@ template<class Unit>
 
 } // namespace
 
-void AddX86Kernels(std::vector<Kernel>& kernels)
+void AddAvx2Kernel(std::vector<Kernel>& kernels)
 {
     if (__builtin_cpu_supports("avx2"))
     {
@@ -233,7 +180,7 @@ void AddX86Kernels(std::vector<Kernel>& kernels)
 namespace Quoll::Base64Coder
 {
 
-void AddX86Kernels(std::vector<Kernel>&)
+void AddAvx2Kernel(std::vector<Kernel>&)
 {
 }
 
