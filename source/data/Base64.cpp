@@ -27,20 +27,18 @@ bool HasNul(const unsigned char* bytes, std::size_t size) noexcept
     return std::memchr(bytes, 0, size) != nullptr;
 }
 
-WString RoomToEncode(std::size_t bytes)
+std::size_t SizeToEncode(std::size_t bytes)
 {
-    WString room;
-    if (bytes > room.max_size() / 4 * 3)
+    if (bytes > WString().max_size() / 4 * 3)
     {
         throw std::runtime_error("Cannot encode base64 string");
     }
-    room.resize(Base64Coder::EncodedSize(bytes));
-    return room;
+    return Base64Coder::EncodedSize(bytes);
 }
 
 WString EncodeBytes(const std::string& bytes)
 {
-    WString result = RoomToEncode(bytes.size());
+    WString result(SizeToEncode(bytes.size()), WChar{0});
     const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
     Base64Coder::EncodeCursor<WChar> cursor{in, in + bytes.size(), result.data()};
     Base64Coder::Encode(cursor);
@@ -50,7 +48,7 @@ WString EncodeBytes(const std::string& bytes)
 bool EncodePieces(WStringView text, WString& result)
 {
     // Enough for ASCII; what else there is shows on the way.
-    result = RoomToEncode(text.size());
+    result.resize(SizeToEncode(text.size()));
     Bytes bytes;
     std::size_t written = 0;
     std::size_t kept = 0; // bytes of a group that isn't whole yet
@@ -67,7 +65,7 @@ bool EncodePieces(WStringView text, WString& result)
         const std::size_t filled = kept + progress.written;
         if (Base64Coder::EncodedSize(filled + text.size()) > result.size() - written)
         {
-            result.resize(written + Base64Coder::EncodedSize(filled + Utf::EstimateEncode(text)));
+            result.resize(written + SizeToEncode(filled + Utf::EstimateEncode(text)));
         }
         kept = more ? filled % 3 : 0;
         const unsigned char* const end = bytes.data() + (filled - kept);
