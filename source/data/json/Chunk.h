@@ -1,0 +1,125 @@
+// Memory of objects that are read together.
+//
+// An object, its entries and their texts are one piece of a chunk, and each piece keeps its chunk.
+// So an object that outlives its document keeps no more than the chunks with a piece of its own, and
+// nothing is left once the last object is gone.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace Quoll::Json::Detail
+{
+
+// A piece is taken by one thread, before others know the chunk; pieces are released by any.
+class Chunk
+{
+public:
+    static Chunk* Make(std::size_t room);
+
+    std::size_t GetRoom() const noexcept
+    {
+        return static_cast<std::size_t>(m_end - m_next);
+    }
+    // Takes memory for any type, of at most GetRoom() bytes. One call of Release answers to each.
+    void* Take(std::size_t size) noexcept
+    {
+        std::byte* const piece = m_next;
+        m_next += RoundUp(size);
+        ++m_taken;
+        return piece;
+    }
+    void Release() noexcept
+    {
+        Drop(1);
+    }
+    // No piece will be taken any more.
+    void Seal() noexcept
+    {
+        Drop(Unsealed - m_taken);
+    }
+
+    static constexpr std::size_t RoundUp(std::size_t size) noexcept
+    {
+        return (size + Alignment - 1) & ~(Alignment - 1);
+    }
+
+private:
+    static constexpr std::size_t Alignment = alignof(std::max_align_t);
+    // More references than there can be pieces, so that pieces needn't be counted one by one.
+    static constexpr std::int64_t Unsealed = std::int64_t{1} << 62;
+
+    explicit Chunk(std::size_t room) noexcept
+        : m_next(reinterpret_cast<std::byte*>(this) + RoundUp(sizeof(Chunk)))
+        , m_end(m_next + room)
+    {
+    }
+    void Drop(std::int64_t references) noexcept;
+
+    std::atomic<std::int64_t> m_references = Unsealed;
+    std::int64_t m_taken = 0;
+    std::byte* m_next;
+    std::byte* m_end;
+};
+
+// Gives a reader the chunks to take pieces from.
+class ChunkSource
+{
+public:
+    // `expected` is what all pieces together may need; a guess does.
+    explicit ChunkSource(std::size_t expected) noexcept;
+    ChunkSource(const ChunkSource&) = delete;
+    ChunkSource& operator=(const ChunkSource&) = delete;
+    ~ChunkSource();
+
+    // A chunk with that much room, for one object. It is good until the next call.
+    Chunk& GetChunk(std::size_t room);
+
+private:
+    void Replace(Chunk*& chunk, std::size_t room);
+
+    std::size_t m_size;
+    Chunk* m_shared = nullptr;
+    Chunk* m_single = nullptr; // of an object too large to share
+};
+
+// Takes its one object's memory from a chunk.
+template<class Type>
+class ChunkAllocator
+{
+public:
+    using value_type = Type;
+    // What an allocation needs at most.
+    static constexpr std::size_t MaxSize = 256;
+
+    explicit ChunkAllocator(Chunk& chunk) noexcept
+        : m_chunk(&chunk)
+    {
+    }
+    // NOLINTNEXTLINE(google-explicit-constructor): what the standard asks of allocators
+    template<class Other>
+    ChunkAllocator(const ChunkAllocator<Other>& other) noexcept
+        : m_chunk(other.GetChunk())
+    {
+    }
+    Type* allocate(std::size_t count) noexcept
+    {
+        static_assert(sizeof(Type) <= MaxSize);
+        return static_cast<Type*>(m_chunk->Take(count * sizeof(Type)));
+    }
+    void deallocate(Type*, std::size_t) noexcept
+    {
+        m_chunk->Release();
+    }
+    Chunk* GetChunk() const noexcept
+    {
+        return m_chunk;
+    }
+    bool operator==(const ChunkAllocator& other) const noexcept = default;
+
+private:
+    Chunk* m_chunk;
+};
+
+} // namespace Quoll::Json::Detail

@@ -1,0 +1,31 @@
+// Destroys nested objects one after the other, not one within the other.
+#pragma once
+
+#include "Quoll/JsonObject.h"
+
+namespace Quoll::Json
+{
+
+// Objects that nobody else owns, on their way to be destroyed. They are linked through themselves,
+// so that no memory is needed.
+class Dismantling
+{
+public:
+    Dismantling() noexcept = default;
+    Dismantling(const Dismantling&) = delete;
+    Dismantling& operator=(const Dismantling&) = delete;
+    ~Dismantling();
+
+    // Takes the objects out of the values that only they own.
+    void Collect(ValueMap& values) noexcept;
+
+private:
+    void Collect(DataValue& value) noexcept;
+    void Collect(std::shared_ptr<DataObject>& object) noexcept;
+    void HandOverTo(Dismantling& other) noexcept;
+
+    std::shared_ptr<DataObject> m_first;
+    DataObject* m_last = nullptr;
+};
+
+} // namespace Quoll::Json

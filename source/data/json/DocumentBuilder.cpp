@@ -1,0 +1,309 @@
+#include "data/json/DocumentBuilder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace Quoll::Json
+{
+
+namespace
+{
+
+// Of twice that many bytes per unit of text, most documents need less.
+constexpr std::size_t ExpectedBytesPerUnit = 6;
+
+// Up to so many members are put in order by inserting one after the other.
+constexpr std::size_t MaxInsertedMembers = 16;
+
+// Beyond that a value keeps lists.
+constexpr std::size_t MaxReadSize = std::numeric_limits<std::uint32_t>::max();
+
+// Numbers that are in the same order as the keys, as far as these differ in their first units.
+std::uint64_t GetOrder(WStringView key) noexcept
+{
+    std::uint64_t order = 0;
+    if (key.size() >= 4)
+    {
+        return std::uint64_t{key[0]} << 48 | std::uint64_t{key[1]} << 32 | std::uint64_t{key[2]} << 16 | key[3];
+    }
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        order = order << 16 | (i < key.size() ? std::uint64_t{key[i]} : 0);
+    }
+    return order;
+}
+
+} // namespace
+
+DocumentBuilder::DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept
+    : m_allowDuplicates(allowDuplicates)
+    , m_chunks(textSize < 0x10000 ? textSize * ExpectedBytesPerUnit : textSize)
+{
+}
+
+std::shared_ptr<DataObject> DocumentBuilder::CloseObject()
+{
+    const Level level = m_levels.GetTop();
+    SortMembers(level.firstMember, m_members.GetSize());
+    std::shared_ptr<DataObject> object = MakeObject(level);
+    m_members.Shrink(level.firstMember);
+    m_units.Shrink(level.firstUnit);
+    m_texts.Shrink(level.firstText);
+    m_objects.Shrink(level.firstObject);
+    m_levels.Shrink(m_levels.GetSize() - 1);
+    return object;
+}
+
+void DocumentBuilder::CheckOpenObjects()
+{
+    std::size_t last = m_members.GetSize();
+    for (std::size_t i = m_levels.GetSize(); i > 0 && !m_allowDuplicates; --i)
+    {
+        const std::size_t first = m_levels[i - 1].firstMember;
+        SortMembers(first, last);
+        for (std::size_t k = 1; k < m_sorted.GetSize(); ++k)
+        {
+            CheckDuplicate(m_sorted[k - 1], m_sorted[k]);
+        }
+        last = first;
+    }
+}
+
+inline bool DocumentBuilder::IsBefore(const SortedMember& left, const SortedMember& right) noexcept
+{
+    if (left.order != right.order)
+    {
+        return left.order < right.order;
+    }
+    const int result = GetKey(*left.member).compare(GetKey(*right.member));
+    return result != 0 ? result < 0 : left.member < right.member;
+}
+
+inline bool DocumentBuilder::IsSameKey(const SortedMember& left, const SortedMember& right) noexcept
+{
+    return left.order == right.order && GetKey(*left.member) == GetKey(*right.member);
+}
+
+inline WStringView DocumentBuilder::GetKey(const Member& member) noexcept
+{
+    return {m_units.begin() + member.key.begin, member.key.size};
+}
+
+// By key, and in the order of the text where keys are the same.
+void DocumentBuilder::SortMembers(std::size_t first, std::size_t last)
+{
+    const std::size_t count = last - first;
+    m_sorted.Shrink(0);
+    SortedMember* const sorted = m_sorted.Reserve(count);
+    m_sorted.Take(count);
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const Member& member = m_members[first + i];
+        const SortedMember next{GetOrder(GetKey(member)), &member};
+        std::size_t place = i;
+        for (; count <= MaxInsertedMembers && place > 0 && IsBefore(next, sorted[place - 1]); --place)
+        {
+            sorted[place] = sorted[place - 1];
+        }
+        sorted[place] = next;
+    }
+    if (count > MaxInsertedMembers)
+    {
+        std::sort(sorted, sorted + count,
+                  [this](const auto& left, const auto& right) { return IsBefore(left, right); });
+    }
+}
+
+// A key is refused when it comes behind one that got a value, whatever comes behind itself.
+void DocumentBuilder::CheckDuplicate(const SortedMember& before, const SortedMember& member)
+{
+    if (before.member->kind != Kind::Missing && IsSameKey(before, member))
+    {
+        throw std::runtime_error("Duplicate attribute");
+    }
+}
+
+// The object, its entries and their texts lie one behind the other.
+std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
+{
+    using Detail::Chunk;
+    using Allocator = Detail::ChunkAllocator<DataObject>;
+    const std::size_t objects = m_objects.GetSize() - level.firstObject;
+    const std::size_t texts = m_texts.GetSize() - level.firstText;
+    const std::size_t units = m_units.GetSize() - level.firstUnit;
+    const std::size_t size = Chunk::RoundUp(m_sorted.GetSize() * sizeof(ValueMap::value_type) +
+                                            objects * sizeof(std::shared_ptr<DataObject>) +
+                                            texts * sizeof(WStringView) + units * sizeof(WChar));
+    Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + size);
+    std::shared_ptr<DataObject> object = std::allocate_shared<DataObject>(Allocator(chunk));
+    if (m_sorted.GetSize() > 0)
+    {
+        ValueMap& map = object->m_values;
+        map.m_chunk = Detail::ChunkReference(&chunk);
+        map.m_read = static_cast<ValueMap::value_type*>(chunk.Take(size));
+        m_nextObject = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + m_sorted.GetSize());
+        m_nextText = reinterpret_cast<WStringView*>(m_nextObject + objects);
+        auto* const copies = reinterpret_cast<WChar*>(m_nextText + texts);
+        std::memcpy(copies, m_units.begin() + level.firstUnit, units * sizeof(WChar));
+        m_copies = copies - level.firstUnit;
+        FillEntries(map);
+    }
+    return object;
+}
+
+void DocumentBuilder::FillEntries(ValueMap& map)
+{
+    const SortedMember* before = nullptr;
+    for (const SortedMember& sorted : m_sorted)
+    {
+        const Member& member = *sorted.member;
+        const bool isSame = before != nullptr && IsSameKey(*before, sorted);
+        if (isSame && !m_allowDuplicates)
+        {
+            // It comes behind one that got a value.
+            throw std::runtime_error("Duplicate attribute");
+        }
+        if (member.kind == Kind::Missing)
+        {
+            continue;
+        }
+        if (isSame)
+        {
+            Apply(member, map.m_read[map.m_readCount - 1].second);
+            continue;
+        }
+        before = &sorted;
+        auto* const entry = std::construct_at(map.m_read + map.m_readCount, std::piecewise_construct,
+                                              std::forward_as_tuple(GetCopy(member.key)), std::tuple<>());
+        ++map.m_readCount;
+        FillValue(member, entry->second);
+    }
+}
+
+void DocumentBuilder::FillValue(const Member& member, DataValue& value)
+{
+    value.m_type = member.type;
+    value.m_isArray = member.kind == Kind::Array;
+    if (member.textCount > 0 && member.objectCount > 0)
+    {
+        FillLists(member, value);
+    }
+    else if (member.objectCount > 0)
+    {
+        FillObjects(member, value);
+    }
+    else if (member.textCount > 0)
+    {
+        FillTexts(member, value);
+    }
+}
+
+void DocumentBuilder::FillObjects(const Member& member, DataValue& value)
+{
+    if (member.objectCount > MaxReadSize)
+    {
+        FillLists(member, value);
+        return;
+    }
+    value.m_readObjects = m_nextObject;
+    value.m_readSize = static_cast<std::uint32_t>(member.objectCount);
+    value.m_form = DataValue::Form::Objects;
+    m_nextObject =
+        std::uninitialized_move_n(m_objects.begin() + member.firstObject, member.objectCount, m_nextObject).second;
+}
+
+void DocumentBuilder::FillTexts(const Member& member, DataValue& value)
+{
+    const Text& first = m_texts[member.firstText];
+    if (std::max(first.size, member.textCount) > MaxReadSize)
+    {
+        FillLists(member, value);
+    }
+    else if (!value.m_isArray)
+    {
+        value.m_readText = GetCopy(first).data();
+        value.m_readSize = static_cast<std::uint32_t>(first.size);
+        value.m_form = DataValue::Form::Text;
+    }
+    else
+    {
+        value.m_readTexts = m_nextText;
+        value.m_readSize = static_cast<std::uint32_t>(member.textCount);
+        value.m_form = DataValue::Form::Texts;
+        for (std::size_t i = 0; i < member.textCount; ++i)
+        {
+            std::construct_at(m_nextText++, GetCopy(m_texts[member.firstText + i]));
+        }
+    }
+}
+
+// What has no short form.
+void DocumentBuilder::FillLists(const Member& member, DataValue& value)
+{
+    DataValue::Lists& lists = value.EditLists();
+    for (std::size_t i = 0; i < member.textCount; ++i)
+    {
+        lists.values.emplace_back(GetCopy(m_texts[member.firstText + i]));
+    }
+    const auto first = m_objects.begin() + member.firstObject;
+    lists.objects.insert(lists.objects.end(), std::make_move_iterator(first),
+                         std::make_move_iterator(first + member.objectCount));
+}
+
+// The text in the memory of the object that closes.
+WStringView DocumentBuilder::GetCopy(const Text& text) const noexcept
+{
+    return {m_copies + text.begin, text.size};
+}
+
+// Does to the value of the same key before what reading this one does.
+void DocumentBuilder::Apply(const Member& member, DataValue& value)
+{
+    switch (member.kind)
+    {
+    case Kind::Missing:
+        break;
+    case Kind::Scalar:
+        if (member.textCount > 0)
+        {
+            value.SetValue(WString(GetCopy(m_texts[member.firstText])), member.type);
+        }
+        else
+        {
+            value.SetNull();
+        }
+        break;
+    case Kind::Object:
+        value.SetObject(std::move(m_objects[member.firstObject]));
+        break;
+    case Kind::Array:
+        ApplyArray(member, value);
+        break;
+    }
+}
+
+void DocumentBuilder::ApplyArray(const Member& member, DataValue& value)
+{
+    if (member.textCount + member.objectCount == 0)
+    {
+        value.AddEmptyArray();
+        return;
+    }
+    // Of a mixed array's types the one that was set last stays, wherever the other elements stand.
+    const bool areObjectsFirst = member.type != EType::Object;
+    for (const bool areObjects : {areObjectsFirst, !areObjectsFirst})
+    {
+        for (std::size_t i = 0; areObjects && i < member.objectCount; ++i)
+        {
+            value.AddObject(std::move(m_objects[member.firstObject + i]));
+        }
+        for (std::size_t i = 0; !areObjects && i < member.textCount; ++i)
+        {
+            value.AddText(WString(GetCopy(m_texts[member.firstText + i])), member.textType);
+        }
+    }
+}
+
+} // namespace Quoll::Json

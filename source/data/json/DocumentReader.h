@@ -1,0 +1,60 @@
+// Reads a document from one piece of text.
+#pragma once
+
+#include "Quoll/JsonObject.h"
+#include "data/json/DocumentBuilder.h"
+
+#include <memory>
+
+namespace Quoll::Json
+{
+
+// A machine whose steps each take a token or two, so that nesting needs no stack of the thread.
+class DocumentReader
+{
+public:
+    // The text has to live until the reading ends.
+    DocumentReader(WStringView text, bool allowDuplicates) noexcept;
+
+    // The root object; null if the text is no document.
+    std::shared_ptr<DataObject> Read();
+
+    // Behind what was taken.
+    std::size_t GetPosition() const noexcept
+    {
+        return static_cast<std::size_t>(m_next - m_begin);
+    }
+
+private:
+    enum class Step : std::uint8_t
+    {
+        Key,
+        Element,
+        EndOfArray,
+        EndOfObject,
+        EndOfDocument,
+        Failure
+    };
+
+    Step Run(Step step);
+    Step ReadKey();
+    Step ReadValue();
+    Step ReadElement();
+    Step ReadEndOfArray();
+    Step ReadEndOfObject();
+
+    WChar PeekUnit() noexcept;
+    bool CheckUnit(WChar unit) noexcept;
+    bool CheckString(WStringView text) noexcept;
+    EType CheckWord(std::size_t& size);
+    bool CheckQuotedText(std::size_t& size);
+    bool CheckLongText(std::size_t& size);
+
+    const WChar* const m_begin;
+    const WChar* m_next;
+    const WChar* const m_end;
+    DocumentBuilder m_builder;
+    std::shared_ptr<DataObject> m_root;
+};
+
+} // namespace Quoll::Json

@@ -1,0 +1,87 @@
+// The escapes of strings in JSON documents: a backslash and a letter, or `\u` and four digits.
+#pragma once
+
+#include "data/json/UnitBlock.h"
+
+namespace Quoll::Utilities
+{
+
+// The units that are escaped with a letter, and their letters.
+constexpr WChar MaskedUnits[] = {'\\', '"', '\r', '\n', '\f', '\t', '\b', '/'};
+constexpr WChar MaskLetters[] = {'\\', '"', 'r', 'n', 'f', 't', 'b', '/'};
+constexpr std::size_t MaskCount = 8;
+
+// Units below are control characters here. It isn't 0x20.
+constexpr WChar FirstPrintingUnit = 20;
+
+// How long the escape of a unit gets at most.
+constexpr std::size_t LongestEscape = 6;
+
+// For each of the first units a letter: the one that its escape has, `u` of a control character's
+// escape, or NUL if it isn't escaped.
+constexpr std::size_t EscapeTableSize = '\\' + 1;
+constexpr std::array<char, EscapeTableSize> EscapeTable = [] {
+    std::array<char, EscapeTableSize> table{};
+    std::fill_n(table.begin(), FirstPrintingUnit, 'u');
+    for (std::size_t i = 0; i < MaskCount; ++i)
+    {
+        table[MaskedUnits[i]] = static_cast<char>(MaskLetters[i]);
+    }
+    return table;
+}();
+
+constexpr char GetEscapeLetter(WChar unit) noexcept
+{
+    return unit < EscapeTableSize ? EscapeTable[unit] : '\0';
+}
+
+constexpr bool IsMasked(WChar unit) noexcept
+{
+    const char letter = GetEscapeLetter(unit);
+    return letter != '\0' && letter != 'u';
+}
+
+// Stops at the units that have an escape with a letter.
+struct IsMaskedUnit
+{
+    auto operator()(auto units) const noexcept
+    {
+        const auto inRow =
+            (units >= std::uint16_t{'\b'}) & (units <= std::uint16_t{'\r'}) & (units != std::uint16_t{0x0B});
+        return inRow | (units == std::uint16_t{'"'}) | (units == std::uint16_t{'/'}) | (units == std::uint16_t{'\\'});
+    }
+};
+
+// Stops at these and at the control characters.
+struct HasEscape
+{
+    auto operator()(auto units) const noexcept
+    {
+        return (units < std::uint16_t{FirstPrintingUnit}) | (units == std::uint16_t{'"'}) |
+               (units == std::uint16_t{'/'}) | (units == std::uint16_t{'\\'});
+    }
+};
+
+// Writes the escape of a unit that has one, and answers where it ends.
+inline WChar* WriteEscape(WChar unit, WChar* to) noexcept
+{
+    const char letter = EscapeTable[unit];
+    *to++ = '\\';
+    *to++ = static_cast<WChar>(letter);
+    if (letter == 'u')
+    {
+        // The lower digit goes on behind 9 with what stands there in ASCII.
+        *to++ = '0';
+        *to++ = '0';
+        *to++ = static_cast<WChar>('0' + (unit >> 4));
+        *to++ = static_cast<WChar>('0' + (unit & 0x0F));
+    }
+    return to;
+}
+
+// Undoes the escapes. Writes at most as many units as the text has, which must not overlap with it, and
+// answers how many they became. Throws std::invalid_argument, "invalid stoul argument", if what
+// follows `\u` isn't a number.
+std::size_t Unescape(WStringView text, WChar* to);
+
+} // namespace Quoll::Utilities

@@ -1,0 +1,65 @@
+// Where tokens end.
+#pragma once
+
+#include "core/CharacterClass.h"
+#include "data/json/UnitSearch.h"
+
+namespace Quoll::Json
+{
+
+// Behind white space.
+inline const WChar* SkipSpace(const WChar* units, const WChar* end) noexcept
+{
+    // Most often there is none.
+    while (units != end && (*units <= ' ' || *units >= 0x80) && Utilities::IsSpace(*units))
+    {
+        ++units;
+    }
+    return units;
+}
+
+// Behind an optional sign and digits.
+inline const WChar* SkipInteger(const WChar* units, const WChar* end) noexcept
+{
+    if (units != end && (*units == '+' || *units == '-'))
+    {
+        ++units;
+    }
+    while (units != end && Utilities::IsDigit(*units))
+    {
+        ++units;
+    }
+    return units;
+}
+
+struct QuotedText
+{
+    const WChar* end; // the closing quote, or null
+    bool isEscaped;   // there is a backslash before that
+};
+
+// The first double quote that no backslash makes ordinary.
+inline QuotedText FindClosingQuote(const WChar* units, const WChar* end) noexcept
+{
+    bool isEscaped = false;
+    for (;;)
+    {
+        units = FindQuoteOrBackslash(units, end);
+        if (units == end)
+        {
+            return {nullptr, isEscaped};
+        }
+        if (*units == '"')
+        {
+            return {units, isEscaped};
+        }
+        isEscaped = true;
+        if (end - units < 2)
+        {
+            return {nullptr, isEscaped};
+        }
+        units += 2; // whatever comes behind a backslash is ordinary
+    }
+}
+
+} // namespace Quoll::Json

@@ -1,0 +1,77 @@
+// Searches wide text for the units that end, or escape, a string of a document.
+#pragma once
+
+#include "Quoll/WideString.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace Quoll::Json
+{
+
+// How many units MaskQuotesAndBackslashes looks at.
+constexpr std::ptrdiff_t BlockSize = 16;
+
+// One bit for each unit of a block that is a double quote or a backslash; copies the block as well.
+inline unsigned CopyBlock(const WChar* units, WChar* to) noexcept
+{
+#if defined(__SSE2__)
+    const __m128i quote = _mm_set1_epi16('"');
+    const __m128i backslash = _mm_set1_epi16('\\');
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + 8));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), low);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 8), high);
+    const __m128i inLow = _mm_or_si128(_mm_cmpeq_epi16(low, quote), _mm_cmpeq_epi16(low, backslash));
+    const __m128i inHigh = _mm_or_si128(_mm_cmpeq_epi16(high, quote), _mm_cmpeq_epi16(high, backslash));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(inLow, inHigh)));
+#else
+    unsigned found = 0;
+    for (std::ptrdiff_t i = 0; i < BlockSize; ++i)
+    {
+        to[i] = units[i];
+        found |= (units[i] == '"' || units[i] == '\\' ? 1u : 0u) << i;
+    }
+    return found;
+#endif
+}
+
+// The first double quote or backslash, or `end`.
+inline const WChar* FindQuoteOrBackslash(const WChar* units, const WChar* end) noexcept
+{
+    WChar ignored[BlockSize];
+    for (; end - units >= BlockSize; units += BlockSize)
+    {
+        if (const unsigned found = CopyBlock(units, ignored); found != 0)
+        {
+            return units + std::countr_zero(found);
+        }
+    }
+    while (units != end && *units != '"' && *units != '\\')
+    {
+        ++units;
+    }
+    return units;
+}
+
+// Copies the text, which is part of one that goes on to `end`. May write 15 units behind the copy.
+inline void CopyUnits(WStringView text, const WChar* end, WChar* to) noexcept
+{
+    const WChar* from = text.data();
+    if (static_cast<std::size_t>(end - from) < text.size() + 15)
+    {
+        std::memcpy(to, from, text.size() * sizeof(WChar));
+        return;
+    }
+    for (const WChar* const last = from + text.size(); from < last; from += 16, to += 16)
+    {
+        std::memcpy(to, from, 16 * sizeof(WChar));
+    }
+}
+
+} // namespace Quoll::Json
