@@ -4,6 +4,7 @@
 #include "Quoll/Api.h"
 #include "Quoll/Errors.h"
 #include "Quoll/HandleDeleters.h"
+#include "Quoll/IPRules.h"
 #include "Quoll/InvalidParameter.h"
 #include "Quoll/JsonObject.h"
 #include "Quoll/JsonReader.h"
@@ -23,4 +24,5 @@
 #include "Quoll/Task.h"
 #include "Quoll/TextCodecs.h"
 #include "Quoll/WideString.h"
+#include "Quoll/WildcardPattern.h"
 #include "Quoll/WindowsTypes.h"
