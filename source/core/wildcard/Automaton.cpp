@@ -14,6 +14,12 @@ namespace
 
 constexpr std::size_t BitsPerWord = 64;
 
+// A word that stays empty stands before the first, so that each has one to its left.
+constexpr std::size_t WordOf(std::size_t state) noexcept
+{
+    return state / BitsPerWord + 1;
+}
+
 constexpr std::uint64_t BitOf(std::size_t state) noexcept
 {
     return std::uint64_t{1} << (state % BitsPerWord);
@@ -25,7 +31,7 @@ Automaton::Automaton(const Pattern& pattern)
     : m_last(pattern.elements.size())
     , m_hasLineEnds(pattern.hasLineEnds)
 {
-    const std::size_t words = m_last / BitsPerWord + 1;
+    const std::size_t words = WordOf(m_last) + 1;
     for (auto* const states : {&m_any, &m_repeats, &m_stars, &m_free})
     {
         states->resize(words);
@@ -33,9 +39,9 @@ Automaton::Automaton(const Pattern& pattern)
     for (std::size_t i = 0; i < m_last; ++i)
     {
         const Element& element = pattern.elements[i];
-        const std::size_t word = (i + 1) / BitsPerWord;
+        const std::size_t word = WordOf(i + 1);
         const Word bit = BitOf(i + 1);
-        m_stars[i / BitsPerWord] |= element.afterStar ? BitOf(i) : 0;
+        m_stars[WordOf(i)] |= element.afterStar ? BitOf(i) : 0;
         m_repeats[word] |= element.repeats ? bit : 0;
         if (element.IsLiteral())
         {
@@ -47,7 +53,15 @@ Automaton::Automaton(const Pattern& pattern)
         }
     }
     m_stars.back() |= pattern.endsWithStar ? BitOf(m_last) : 0;
+    for (std::size_t word = 0; word < words; ++word)
+    {
+        m_lastStar.push_back(m_stars[word] != 0 || word == 0 ? word : m_lastStar.back());
+    }
+    MergeLiterals();
+}
 
+void Automaton::MergeLiterals()
+{
     const auto key = [](const Entry& entry) {
         return std::tie(entry.unit, entry.word);
     };
@@ -69,49 +83,52 @@ Automaton::Automaton(const Pattern& pattern)
 }
 
 // The states of a word that the next unit enters, if it is the right one.
-Automaton::Word Automaton::Entered(const Active& from, std::size_t word) const noexcept
+Automaton::Word Automaton::Entered(const Words& from, std::size_t word) const noexcept
 {
-    const Word carry = word > from.low ? from.words[word - 1] >> (BitsPerWord - 1) : 0;
-    return from.words[word] << 1 | carry | (from.words[word] & m_repeats[word]);
+    return from[word] << 1 | from[word - 1] >> (BitsPerWord - 1) | (from[word] & m_repeats[word]);
 }
 
-void Automaton::Advance(const Active& from, WChar unit, Active& to) const noexcept
+void Automaton::Advance(const Words& from, Window window, WChar unit, Words& to) const noexcept
 {
-    const bool lineEnd = Regex::IsLineEnd(unit);
-    for (std::size_t word = from.low; word <= from.high; ++word)
+    const Word others = Regex::IsLineEnd(unit) ? 0 : ~Word{0};
+    for (std::size_t word = window.low; word <= window.high; ++word)
     {
-        to.words[word] = lineEnd ? 0 : (Entered(from, word) & m_any[word]) | (from.words[word] & m_stars[word]);
+        to[word] = ((Entered(from, word) & m_any[word]) | (from[word] & m_stars[word])) & others;
     }
-    const auto first = std::pair(Fold(unit), from.low);
+    const auto first = std::pair(Fold(unit), window.low);
     auto entry =
         std::lower_bound(m_literals.begin(), m_literals.end(), first,
                          [](const Entry& left, const auto& right) { return std::pair(left.unit, left.word) < right; });
-    for (; entry != m_literals.end() && entry->unit == first.first && entry->word <= from.high; ++entry)
+    for (; entry != m_literals.end() && entry->unit == first.first && entry->word <= window.high; ++entry)
     {
-        to.words[entry->word] |= Entered(from, entry->word) & entry->states;
+        to[entry->word] |= Entered(from, entry->word) & entry->states;
+    }
+    if (m_hasLineEnds)
+    {
+        EnterFree(to, window);
     }
 }
 
 // No two such states follow each other.
-void Automaton::EnterFree(Active& active) const noexcept
+void Automaton::EnterFree(Words& words, Window window) const noexcept
 {
-    for (std::size_t word = active.high + 1; word-- > active.low;)
+    for (std::size_t word = window.high; word > window.low; --word)
     {
-        const Word carry = word > active.low ? active.words[word - 1] >> (BitsPerWord - 1) : 0;
-        active.words[word] |= (active.words[word] << 1 | carry) & m_free[word];
+        words[word] |= (words[word] << 1 | words[word - 1] >> (BitsPerWord - 1)) & m_free[word];
     }
+    words[window.low] |= words[window.low] << 1 & m_free[window.low];
 }
 
 // Where a star has been reached it takes all that follows, and no state before it can do better. (Unless
 // the text may have line ends, which no star takes.)
-void Automaton::DropPassed(Active& active) const noexcept
+void Automaton::DropPassed(Words& words, Window& window) const noexcept
 {
-    for (std::size_t word = active.high + 1; word-- > active.low;)
+    for (std::size_t word = m_lastStar[window.high]; word >= window.low; word = m_lastStar[word - 1])
     {
-        if (const Word reached = active.words[word] & m_stars[word]; reached != 0)
+        if (const Word reached = words[word] & m_stars[word]; reached != 0)
         {
-            active.words[word] &= ~Word{0} << (BitsPerWord - 1 - static_cast<std::size_t>(std::countl_zero(reached)));
-            active.low = word;
+            words[word] &= ~Word{0} << (BitsPerWord - 1 - static_cast<std::size_t>(std::countl_zero(reached)));
+            window.low = word;
             return;
         }
     }
@@ -119,41 +136,36 @@ void Automaton::DropPassed(Active& active) const noexcept
 
 bool Automaton::Matches(WStringView text) const
 {
-    Active now{std::vector<Word>(m_any.size())};
-    Active next{std::vector<Word>(m_any.size())};
-    now.words[0] = 1;
+    Words now(m_any.size());
+    Words next(m_any.size());
+    Window window{WordOf(0), WordOf(0)};
+    now[window.low] = BitOf(0);
     for (const WChar unit : text)
     {
-        if (now.high + 1 < now.words.size())
+        now[window.low - 1] = 0;
+        if (window.high < WordOf(m_last))
         {
-            now.words[++now.high] = 0;
+            now[++window.high] = 0;
         }
-        Advance(now, unit, next);
-        next.low = now.low;
-        next.high = now.high;
-        if (m_hasLineEnds)
+        Advance(now, window, unit, next);
+        for (; next[window.high] == 0; --window.high)
         {
-            EnterFree(next);
-        }
-        while (next.words[next.high] == 0)
-        {
-            if (next.high == next.low)
+            if (window.high == window.low)
             {
                 return false;
             }
-            --next.high;
         }
-        while (next.words[next.low] == 0)
+        while (next[window.low] == 0)
         {
-            ++next.low;
+            ++window.low;
         }
         if (!m_hasLineEnds)
         {
-            DropPassed(next);
+            DropPassed(next, window);
         }
-        std::swap(now, next);
+        now.swap(next);
     }
-    return now.high == m_last / BitsPerWord && (now.words[now.high] & BitOf(m_last)) != 0;
+    return window.high == WordOf(m_last) && (now[window.high] & BitOf(m_last)) != 0;
 }
 
 } // namespace Quoll::Utilities::Wildcard

@@ -28,24 +28,27 @@ private:
         Word states;
     };
 
-    // The words that hold active states; others hold anything.
-    struct Active
+    using Words = std::vector<Word>;
+
+    // The first and the last word that hold active states; words outside hold anything.
+    struct Window
     {
-        std::vector<Word> words;
-        std::size_t low = 0;
-        std::size_t high = 0;
+        std::size_t low;
+        std::size_t high;
     };
 
-    Word Entered(const Active& from, std::size_t word) const noexcept;
-    void Advance(const Active& from, WChar unit, Active& to) const noexcept;
-    void EnterFree(Active& active) const noexcept;
-    void DropPassed(Active& active) const noexcept;
+    void MergeLiterals();
+    Word Entered(const Words& from, std::size_t word) const noexcept;
+    void Advance(const Words& from, Window window, WChar unit, Words& to) const noexcept;
+    void EnterFree(Words& words, Window window) const noexcept;
+    void DropPassed(Words& words, Window& window) const noexcept;
 
-    std::vector<Entry> m_literals; // by unit, then by word
-    std::vector<Word> m_any;       // entered by `?`
-    std::vector<Word> m_repeats;   // entered again by the same unit
-    std::vector<Word> m_stars;     // kept by any unit
-    std::vector<Word> m_free;      // entered from the state before for nothing
+    std::vector<Entry> m_literals;       // by unit, then by word
+    Words m_any;                         // entered by `?`
+    Words m_repeats;                     // entered again by the same unit
+    Words m_stars;                       // kept by any unit
+    Words m_free;                        // entered from the state before for nothing
+    std::vector<std::size_t> m_lastStar; // by word: itself or the last before it with a star
     std::size_t m_last;
     bool m_hasLineEnds;
 };

@@ -1,5 +1,8 @@
 #include "core/wildcard/Matcher.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace Quoll::Utilities::Wildcard
 {
 
@@ -33,6 +36,35 @@ bool HasLineEnd(WStringView text) noexcept
         found |= static_cast<bool>((unit == '\n') | (unit == '\r') | ((unit & 0xFFFE) == 0x2028));
     }
     return found;
+}
+
+// Removes the text up to the first occurrence of the literals, and it, from the front, if there is one; in linear
+// time: where a unit doesn't fit, all that is known of the text is how it overlaps the literals' beginning.
+bool FindPlain(Elements literals, WStringView& rest)
+{
+    const auto advance = [literals](const std::vector<std::size_t>& overlaps, std::size_t fitting, WChar folded) {
+        while (fitting > 0 && literals[fitting].unit != folded)
+        {
+            fitting = overlaps[fitting - 1];
+        }
+        return literals[fitting].unit == folded ? fitting + 1 : 0;
+    };
+    std::vector<std::size_t> overlaps(literals.size());
+    for (std::size_t i = 1; i < literals.size(); ++i)
+    {
+        overlaps[i] = advance(overlaps, overlaps[i - 1], literals[i].unit);
+    }
+    std::size_t fitting = 0;
+    for (std::size_t at = 0; at < rest.size(); ++at)
+    {
+        fitting = advance(overlaps, fitting, Fold(rest[at]));
+        if (fitting == literals.size())
+        {
+            rest.remove_prefix(at + 1);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -69,21 +101,20 @@ void Matcher::FindPieces()
         if (end == size && !m_pattern.endsWithStar)
         {
             m_suffix = size - begin;
-            return;
+            break;
         }
-        std::size_t literal = begin;
-        while (literal < end && !elements[literal].IsLiteral())
-        {
-            ++literal;
-        }
-        m_pieces.push_back({begin, end - begin, literal - begin});
+        const Elements piece = Elements(elements).subspan(begin, end - begin);
+        const auto literal = std::find_if(piece.begin(), piece.end(), std::mem_fn(&Element::IsLiteral));
+        m_pieces.push_back(
+            {begin, piece.size(), static_cast<std::size_t>(literal - piece.begin()),
+             std::all_of(literal, piece.end(), std::mem_fn(&Element::IsLiteral)) && literal == piece.begin()});
         begin = end;
     }
 }
 
-// Removes the text up to the piece's first occurrence, and it, from the front. False if there is none, or if no
-// effort is left.
-bool Matcher::Find(const Piece& piece, WStringView& rest, std::size_t& effort) const noexcept
+// Removes the text up to the piece's first occurrence, and it, from the front. Nothing if that takes
+// too long.
+std::optional<bool> Matcher::Find(const Piece& piece, WStringView& rest, std::size_t& effort) const
 {
     const Elements elements = Elements(m_pattern.elements).subspan(piece.begin, piece.size);
     if (rest.size() < piece.size)
@@ -113,7 +144,7 @@ bool Matcher::Find(const Piece& piece, WStringView& rest, std::size_t& effort) c
         if (effort <= fitting)
         {
             effort = 0;
-            return false;
+            return piece.isPlain ? std::optional(FindPlain(elements, rest)) : std::nullopt;
         }
         effort -= fitting;
     }
@@ -128,6 +159,11 @@ std::optional<bool> Matcher::MatchesPieces(WStringView text) const
     {
         return false;
     }
+    if (m_prefix > 0 && m_suffix > 0 &&
+        (int{elements.front().Fits(text.front())} & int{elements.back().Fits(text.back())}) == 0)
+    {
+        return false; // mostly, and so one branch that is foreseen
+    }
     if (!Fits(elements.first(m_prefix), text.data()) ||
         !Fits(elements.last(m_suffix), text.data() + text.size() - m_suffix))
     {
@@ -137,9 +173,9 @@ std::optional<bool> Matcher::MatchesPieces(WStringView text) const
     std::size_t effort = 4 * text.size() + 1;
     for (const Piece& piece : m_pieces)
     {
-        if (!Find(piece, rest, effort))
+        if (const std::optional<bool> found = Find(piece, rest, effort); found != true)
         {
-            return effort == 0 ? std::nullopt : std::optional(false);
+            return found;
         }
     }
     return !HasLineEnd(text);

@@ -11,7 +11,7 @@ namespace Quoll::Utilities::Wildcard
 
 // Compares what stands before the first and behind the last star in place, and searches for the pieces between stars
 // from left to right. The automaton takes over where that doesn't do: with repeats and line ends in the
-// pattern, and where a search takes too long.
+// pattern, and where the search for a piece with `?` takes too long.
 class Matcher
 {
 public:
@@ -29,11 +29,12 @@ private:
         std::size_t begin;
         std::size_t size;
         std::size_t literal; // offset of the first one; `size` if there is none
+        bool isPlain;        // has no `?`
     };
 
     void FindPieces();
     std::optional<bool> MatchesPieces(WStringView text) const;
-    bool Find(const Piece& piece, WStringView& rest, std::size_t& effort) const noexcept;
+    std::optional<bool> Find(const Piece& piece, WStringView& rest, std::size_t& effort) const;
 
     Pattern m_pattern;
     std::vector<Piece> m_pieces;
