@@ -56,8 +56,8 @@ public:
     bool Match(WStringView text) const;
 
 protected:
-    /// The regular expression that a pattern stands for: `?` becomes `.`, `*` becomes `.*`, and each of
-    /// `\.(){}[]^$|` gets a backslash.
+    /// The regular expression that a pattern stands for: `?` becomes `.`, `*` becomes `.*`, and a backslash is put
+    /// before each backslash, dot, round, square or curly bracket, `^`, `$` and `|`.
     static WString ToRegexString(WStringView pattern);
 
 private:
