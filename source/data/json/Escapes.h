@@ -3,6 +3,8 @@
 
 #include "data/json/UnitBlock.h"
 
+#include <array>
+
 namespace Quoll::Utilities
 {
 
@@ -62,20 +64,29 @@ struct HasEscape
     }
 };
 
+// Writes the six units for a control character, and answers where they end. The lower digit goes on
+// behind 9 with what stands there in ASCII.
+inline WChar* WriteControlEscape(WChar unit, WChar* to) noexcept
+{
+    *to++ = '\\';
+    *to++ = 'u';
+    *to++ = '0';
+    *to++ = '0';
+    *to++ = static_cast<WChar>('0' + ((unit >> 4) & 0x0F));
+    *to++ = static_cast<WChar>('0' + (unit & 0x0F));
+    return to;
+}
+
 // Writes the escape of a unit that has one, and answers where it ends.
 inline WChar* WriteEscape(WChar unit, WChar* to) noexcept
 {
     const char letter = EscapeTable[unit];
-    *to++ = '\\';
-    *to++ = static_cast<WChar>(letter);
     if (letter == 'u')
     {
-        // The lower digit goes on behind 9 with what stands there in ASCII.
-        *to++ = '0';
-        *to++ = '0';
-        *to++ = static_cast<WChar>('0' + (unit >> 4));
-        *to++ = static_cast<WChar>('0' + (unit & 0x0F));
+        return WriteControlEscape(unit, to);
     }
+    *to++ = '\\';
+    *to++ = static_cast<WChar>(letter);
     return to;
 }
 

@@ -19,6 +19,7 @@ public:
     }
     WStringView GetText(std::size_t index) const noexcept
     {
+        // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): there are as many as were counted
         return m_strings != nullptr ? WStringView(m_strings[index]) : m_views[index];
     }
     std::size_t CountObjects() const noexcept
@@ -39,5 +40,34 @@ private:
     const std::shared_ptr<DataObject>* m_objects = nullptr;
     std::size_t m_objectCount = 0;
 };
+
+inline ValueContent::ValueContent(const DataValue& value) noexcept
+{
+    switch (value.m_form)
+    {
+    case DataValue::Form::Text:
+        m_text = WStringView(value.m_readText, value.m_readSize);
+        m_views = &m_text;
+        m_textCount = 1;
+        break;
+    case DataValue::Form::Texts:
+        m_views = value.m_readTexts;
+        m_textCount = value.m_readSize;
+        break;
+    case DataValue::Form::Objects:
+        m_objects = value.m_readObjects;
+        m_objectCount = value.m_readSize;
+        break;
+    case DataValue::Form::Nothing:
+        if (const DataValue::Lists* lists = value.m_lists.load(std::memory_order_acquire))
+        {
+            m_strings = lists->values.data();
+            m_textCount = lists->values.size();
+            m_objects = lists->objects.data();
+            m_objectCount = lists->objects.size();
+        }
+        break;
+    }
+}
 
 } // namespace Quoll::Json

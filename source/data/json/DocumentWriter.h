@@ -1,0 +1,49 @@
+// The walk through a document that writes it. What is open at the time stands in a list, since the
+// depth may be anything.
+#pragma once
+
+#include "Quoll/JsonObject.h"
+#include "data/json/Stack.h"
+#include "data/json/TextBuffer.h"
+
+namespace Quoll::Json
+{
+
+class DocumentWriter
+{
+public:
+    DocumentWriter(TextBuffer& text, bool skipNullOrEmpty) noexcept
+        : m_text(text)
+        , m_skipNullOrEmpty(skipNullOrEmpty)
+    {
+    }
+
+    void Write(const DataObject& object);
+    // The entries of the object itself descend, those of the objects in it don't.
+    void WriteSorted(const DataObject& object);
+
+private:
+    // An object, or an array of objects, that is being written.
+    struct Open
+    {
+        ValueMap::const_iterator entry;
+        const std::shared_ptr<DataObject>* element = nullptr; // null for an object
+        std::size_t left = 0;
+        bool needsComma = false;
+    };
+
+    void OpenObject(const DataObject& object);
+    void WriteObject(const DataObject* object);
+    void WriteOpen();
+    void WriteEntries();
+    void WriteNextElement();
+    void WriteEntry(const ValueMap::value_type& entry, bool& needsComma);
+    void WriteValue(const DataValue& value);
+    void WriteArray(const DataValue& value);
+
+    TextBuffer& m_text;
+    bool m_skipNullOrEmpty;
+    Stack<Open, 16> m_open;
+};
+
+} // namespace Quoll::Json
