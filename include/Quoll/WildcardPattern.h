@@ -51,13 +51,13 @@ public:
     explicit WildcardPattern(WStringView pattern);
 
     /// Whether the whole text matches the whole pattern.
-    /// @throws std::bad_alloc  memory for a hard match is short: one with a `+`, or with long parts that nearly fit
-    /// often
+    /// @throws std::bad_alloc  memory is short; only texts that nearly fit again and again, and patterns with `+`
+    ///                         or line ends, need any
     bool Match(WStringView text) const;
 
 protected:
-    /// The regular expression that a pattern stands for: `?` becomes `.`, `*` becomes `.*`, and a backslash is put
-    /// before each backslash, dot, round, square or curly bracket, `^`, `$` and `|`.
+    /// The regular expression that a pattern stands for: "?" becomes ".", "*" becomes ".*", and a backslash is put
+    /// before each backslash, dot, round, square or curly bracket, caret, dollar sign and bar.
     static WString ToRegexString(WStringView pattern);
 
 private:
