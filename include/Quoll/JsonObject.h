@@ -38,38 +38,42 @@ namespace Detail
 
 class Chunk;
 
-/// A reference to a piece of memory that objects share; no concern of clients.
+/// The memory that entries were read into; no concern of clients. It is kept by the object that they
+/// were read with, and by the reference itself once the entries belong to another object.
 class QUOLL_API ChunkReference
 {
 public:
     ChunkReference() noexcept = default;
-    explicit ChunkReference(Chunk* chunk) noexcept
-        : m_chunk(chunk)
-    {
-    }
     ChunkReference(const ChunkReference&) = delete;
     ChunkReference& operator=(const ChunkReference&) = delete;
     ChunkReference(ChunkReference&& other) noexcept
         : m_chunk(std::exchange(other.m_chunk, nullptr))
+        , m_isKept(std::exchange(other.m_isKept, false))
     {
-    }
-    ChunkReference& operator=(ChunkReference&& other) noexcept
-    {
-        std::swap(m_chunk, other.m_chunk);
-        return *this;
+        if (m_chunk != nullptr && !m_isKept)
+        {
+            Retain();
+            m_isKept = true;
+        }
     }
     ~ChunkReference()
     {
-        if (m_chunk != nullptr)
+        if (m_isKept)
         {
-            Release(m_chunk);
+            Release();
         }
+    }
+    void Borrow(Chunk& chunk) noexcept
+    {
+        m_chunk = &chunk;
     }
 
 private:
-    static void Release(Chunk* chunk) noexcept;
+    void Retain() noexcept;
+    void Release() noexcept;
 
     Chunk* m_chunk = nullptr;
+    bool m_isKept = false;
 };
 
 } // namespace Detail
@@ -189,7 +193,7 @@ public:
         // Finds out which of both entries comes next.
         void Settle() noexcept
         {
-            if (!m_map->m_added.empty())
+            if (m_map->m_added != nullptr)
             {
                 SettleAmongAdded();
             }
@@ -215,7 +219,7 @@ public:
     /// The number of entries.
     size_type size() const noexcept
     {
-        return m_readCount + m_added.size();
+        return m_readCount + (m_added != nullptr ? m_added->size() : 0);
     }
     /// Whether there is no entry.
     bool empty() const noexcept
@@ -225,12 +229,12 @@ public:
     /// The entry of the least key.
     const_iterator begin() const noexcept
     {
-        return {*this, m_read, m_added.begin()};
+        return {*this, m_read, m_added != nullptr ? m_added->begin() : Added::const_iterator()};
     }
     /// Behind the entry of the greatest key.
     const_iterator end() const noexcept
     {
-        return {*this, m_read + m_readCount, m_added.end()};
+        return {*this, m_read + m_readCount, m_added != nullptr ? m_added->end() : Added::const_iterator()};
     }
     /// The entry of the greatest key.
     const_reverse_iterator rbegin() const noexcept
@@ -268,7 +272,7 @@ private:
 
     const DataValue* Find(WStringView key) const noexcept;
     DataValue& FindOrAdd(WStringView key);
-    DataValue& Add(Added::const_iterator position, WStringView key);
+    DataValue& Add(WStringView key);
     value_type* LowerBoundRead(WStringView key) const noexcept;
 
     // Entries that were read lie in order, with their keys, in shared memory that the reference keeps. The keys of
@@ -276,7 +280,7 @@ private:
     Detail::ChunkReference m_chunk;
     value_type* m_read = nullptr;
     size_type m_readCount = 0;
-    Added m_added;
+    std::unique_ptr<Added> m_added; // made for the first
 };
 
 /// An object: an ordered map of keys to values.

@@ -37,8 +37,8 @@ namespace Quoll::Json
 /// Takes tokens from lines of text.
 ///
 /// Every `Check` and `Get` operation first passes over white space, and asks for the next line at
-/// the end of one; an empty line ends the text. A `Check` operation answers false if its token doesn't come next; a `Get` operation
-/// sets the error flag then, and from there on every operation finds nothing. A lexer belongs to one
+/// the end of one; an empty line ends the text. A `Check` operation answers false if its token doesn't come next; a
+/// `Get` operation sets the error flag then, and from there on every operation finds nothing. A lexer belongs to one
 /// thread.
 ///
 /// Each operation throws std::bad_function_call if a line is needed and no line source is set.

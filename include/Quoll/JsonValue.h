@@ -113,7 +113,13 @@ public:
     DataValue& operator=(const DataValue& other);
     /// Takes the content, as the constructor does.
     DataValue& operator=(DataValue&& other);
-    ~DataValue();
+    ~DataValue()
+    {
+        if (OwnsMemory())
+        {
+            Destroy();
+        }
+    }
 
     /// Whether this is an array.
     bool IsArray() const noexcept
@@ -246,6 +252,12 @@ private:
         Objects
     };
 
+    // Most values that were read, and never asked for strings, own nothing.
+    bool OwnsMemory() const noexcept
+    {
+        return m_form == Form::Objects || m_lists.load(std::memory_order_acquire) != nullptr;
+    }
+    void Destroy() noexcept;
     const Lists& GetLists() const;
     Lists& EditLists();
     void ClearLists() noexcept;

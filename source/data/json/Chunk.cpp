@@ -93,9 +93,14 @@ void ChunkSource::Replace(Chunk*& chunk, std::size_t room)
     chunk = fresh;
 }
 
-void ChunkReference::Release(Chunk* chunk) noexcept
+void ChunkReference::Retain() noexcept
 {
-    chunk->Release();
+    m_chunk->Retain();
+}
+
+void ChunkReference::Release() noexcept
+{
+    m_chunk->Release();
 }
 
 } // namespace Quoll::Json::Detail

@@ -22,13 +22,23 @@ public:
     {
         return static_cast<std::size_t>(m_end - m_next);
     }
-    // Takes memory for any type, of at most GetRoom() bytes. One call of Release answers to each.
+    // Takes memory for any type, of at most GetRoom() bytes. One call of Release answers to each, and to each of
+    // Retain.
     void* Take(std::size_t size) noexcept
+    {
+        ++m_taken;
+        return TakeMore(size);
+    }
+    // The same for memory that is released with the piece before.
+    void* TakeMore(std::size_t size) noexcept
     {
         std::byte* const piece = m_next;
         m_next += RoundUp(size);
-        ++m_taken;
         return piece;
+    }
+    void Retain() noexcept
+    {
+        m_references.fetch_add(1, std::memory_order_relaxed);
     }
     void Release() noexcept
     {

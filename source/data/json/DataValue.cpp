@@ -83,12 +83,9 @@ DataValue& DataValue::operator=(DataValue&& other)
     return *this;
 }
 
-DataValue::~DataValue()
+void DataValue::Destroy() noexcept
 {
-    if (m_form == Form::Objects)
-    {
-        DropRead();
-    }
+    DropRead();
     delete m_lists.load(std::memory_order_acquire);
 }
 

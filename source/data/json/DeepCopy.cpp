@@ -47,7 +47,7 @@ void DeepCopy::Copy(const DataObject& from, DataObject& to)
 {
     for (const auto& [key, value] : from.GetValueMap())
     {
-        Copy(value, to.m_values.Add(to.m_values.m_added.end(), key));
+        Copy(value, to.m_values.Add(key));
     }
 }
 

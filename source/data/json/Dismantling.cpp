@@ -36,11 +36,17 @@ void Dismantling::Collect(ValueMap& values) noexcept
 {
     for (std::size_t i = 0; i < values.m_readCount; ++i)
     {
-        Collect(values.m_read[i].second);
+        if (values.m_read[i].second.OwnsMemory())
+        {
+            Collect(values.m_read[i].second);
+        }
     }
-    for (auto& [key, value] : values.m_added)
+    if (values.m_added != nullptr)
     {
-        Collect(value);
+        for (auto& [key, value] : *values.m_added)
+        {
+            Collect(value);
+        }
     }
 }
 
@@ -61,6 +67,7 @@ void Dismantling::Collect(DataValue& value) noexcept
         {
             Collect(value.m_readObjects[i]);
         }
+        value.DropRead();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "data/json/DocumentBuilder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -14,25 +15,21 @@ namespace
 // Of twice that many bytes per unit of text, most documents need less.
 constexpr std::size_t ExpectedBytesPerUnit = 6;
 
-// Up to so many members are put in order by inserting one after the other.
-constexpr std::size_t MaxInsertedMembers = 16;
-
 // Beyond that a value keeps lists.
 constexpr std::size_t MaxReadSize = std::numeric_limits<std::uint32_t>::max();
 
-// Numbers that are in the same order as the keys, as far as these differ in their first units.
-std::uint64_t GetOrder(WStringView key) noexcept
+// How many units of a key make its order. They can be read behind a shorter key too.
+constexpr std::size_t OrderUnits = 4;
+
+// Numbers that are in the same order as the keys, as far as these differ in their first units. They have a bit
+// to spare, so that their differences have a sign.
+std::int64_t GetOrder(const WChar* key, std::size_t size) noexcept
 {
-    std::uint64_t order = 0;
-    if (key.size() >= 4)
-    {
-        return std::uint64_t{key[0]} << 48 | std::uint64_t{key[1]} << 32 | std::uint64_t{key[2]} << 16 | key[3];
-    }
-    for (std::size_t i = 0; i < 4; ++i)
-    {
-        order = order << 16 | (i < key.size() ? std::uint64_t{key[i]} : 0);
-    }
-    return order;
+    constexpr std::uint64_t masks[OrderUnits + 1] = {0, 0xFFFFull << 48, 0xFFFFFFFFull << 32, 0xFFFFFFFFFFFFull << 16,
+                                                     ~0ull};
+    const std::uint64_t order =
+        std::uint64_t{key[0]} << 48 | std::uint64_t{key[1]} << 32 | std::uint64_t{key[2]} << 16 | key[3];
+    return static_cast<std::int64_t>((order & masks[std::min(size, OrderUnits)]) >> 1);
 }
 
 } // namespace
@@ -50,6 +47,7 @@ std::shared_ptr<DataObject> DocumentBuilder::CloseObject()
     std::shared_ptr<DataObject> object = MakeObject(level);
     m_members.Shrink(level.firstMember);
     m_units.Shrink(level.firstUnit);
+    m_textBegin = level.firstUnit;
     m_texts.Shrink(level.firstText);
     m_objects.Shrink(level.firstObject);
     m_levels.Shrink(m_levels.GetSize() - 1);
@@ -98,22 +96,46 @@ void DocumentBuilder::SortMembers(std::size_t first, std::size_t last)
     m_sorted.Shrink(0);
     SortedMember* const sorted = m_sorted.Reserve(count);
     m_sorted.Take(count);
+    if (count <= MaxRankedMembers && RankMembers(first, count, sorted))
+    {
+        return;
+    }
     for (std::size_t i = 0; i < count; ++i)
     {
         const Member& member = m_members[first + i];
-        const SortedMember next{GetOrder(GetKey(member)), &member};
-        std::size_t place = i;
-        for (; count <= MaxInsertedMembers && place > 0 && IsBefore(next, sorted[place - 1]); --place)
-        {
-            sorted[place] = sorted[place - 1];
-        }
-        sorted[place] = next;
+        sorted[i] = {GetOrder(GetKey(member).data(), member.key.size), &member};
     }
-    if (count > MaxInsertedMembers)
+    std::sort(sorted, sorted + count, [this](const auto& left, const auto& right) { return IsBefore(left, right); });
+}
+
+// Sorts a few members by counting for each those that come before it: branches would be guessed wrong half
+// of the time. False if two keys begin alike.
+bool DocumentBuilder::RankMembers(std::size_t first, std::size_t count, SortedMember* sorted)
+{
+    std::array<std::int64_t, MaxRankedMembers> orders;
+    std::array<std::size_t, MaxRankedMembers> ranks;
+    bool isTied = false;
+    for (std::size_t i = 0; i < count; ++i)
     {
-        std::sort(sorted, sorted + count,
-                  [this](const auto& left, const auto& right) { return IsBefore(left, right); });
+        const Text& key = m_members[first + i].key;
+        const std::int64_t order = GetOrder(m_units.begin() + key.begin, key.size);
+        std::size_t rank = i;
+        for (std::size_t k = 0; k < i; ++k)
+        {
+            const std::int64_t difference = order - orders[k];
+            const std::size_t isBehind = static_cast<std::uint64_t>(difference) >> 63;
+            ranks[k] += isBehind;
+            rank -= isBehind;
+            isTied |= difference == 0;
+        }
+        orders[i] = order;
+        ranks[i] = rank;
     }
+    for (std::size_t i = 0; i < count && !isTied; ++i)
+    {
+        sorted[ranks[i]] = {orders[i], &m_members[first + i]};
+    }
+    return !isTied;
 }
 
 // A key is refused when it comes behind one that got a value, whatever comes behind itself.
@@ -141,8 +163,8 @@ std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
     if (m_sorted.GetSize() > 0)
     {
         ValueMap& map = object->m_values;
-        map.m_chunk = Detail::ChunkReference(&chunk);
-        map.m_read = static_cast<ValueMap::value_type*>(chunk.Take(size));
+        map.m_chunk.Borrow(chunk);
+        map.m_read = static_cast<ValueMap::value_type*>(chunk.TakeMore(size));
         m_nextObject = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + m_sorted.GetSize());
         m_nextText = reinterpret_cast<WStringView*>(m_nextObject + objects);
         auto* const copies = reinterpret_cast<WChar*>(m_nextText + texts);

@@ -19,15 +19,19 @@ public:
     DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept;
 
     void OpenObject();
-    // Room for a text of that many units, which the next operation takes as far as it is used.
+    // Room for so many more units of a text.
     WChar* GetTextRoom(std::size_t size);
-    void AddKey(std::size_t size);
+    // Makes units that were put there part of the text.
+    void WriteText(std::size_t size) noexcept;
+    // Forgets the text. The operations that follow take it otherwise, and the next text begins.
+    void DropText() noexcept;
+    void AddKey();
     // The value of the key added last. A key without a value is dropped in the end.
-    void SetText(std::size_t size, EType type);
+    void SetText(EType type);
     void SetNull() noexcept;
     void SetObject(std::shared_ptr<DataObject> object);
     void OpenArray() noexcept;
-    void AddText(std::size_t size, EType type);
+    void AddText(EType type);
     void AddObject(std::shared_ptr<DataObject> object);
     void CloseArray() noexcept;
     // Whether the innermost object is in an array of the one around it.
@@ -75,7 +79,7 @@ private:
 
     struct SortedMember
     {
-        std::uint64_t order; // of the first units of the key
+        std::int64_t order; // of the first units of the key
         const Member* member;
     };
 
@@ -88,8 +92,11 @@ private:
         std::size_t firstObject;
     };
 
-    Text TakeText(std::size_t size) noexcept;
+    static constexpr std::size_t MaxRankedMembers = 16;
+
+    Text TakeText() noexcept;
     void SortMembers(std::size_t first, std::size_t last);
+    bool RankMembers(std::size_t first, std::size_t count, SortedMember* sorted);
     void CheckDuplicate(const SortedMember& before, const SortedMember& member);
     bool IsBefore(const SortedMember& left, const SortedMember& right) noexcept;
     bool IsSameKey(const SortedMember& left, const SortedMember& right) noexcept;
@@ -109,6 +116,7 @@ private:
     Stack<Level, 8> m_levels;
     Stack<Member, 32> m_members;
     Stack<WChar, 512> m_units;
+    std::size_t m_textBegin = 0; // where the text begins that is being read
     Stack<Text, 32> m_texts;
     Stack<std::shared_ptr<DataObject>, 16> m_objects;
     Stack<SortedMember, 32> m_sorted;
@@ -128,19 +136,32 @@ inline WChar* DocumentBuilder::GetTextRoom(std::size_t size)
     return m_units.Reserve(size + RoomToSpare);
 }
 
-inline DocumentBuilder::Text DocumentBuilder::TakeText(std::size_t size) noexcept
+inline void DocumentBuilder::WriteText(std::size_t size) noexcept
 {
-    return {m_units.Take(size), size};
+    m_units.Take(size);
 }
 
-inline void DocumentBuilder::AddKey(std::size_t size)
+inline void DocumentBuilder::DropText() noexcept
 {
-    m_members.Push(Member{.key = TakeText(size), .firstText = m_texts.GetSize(), .firstObject = m_objects.GetSize()});
+    m_units.Shrink(m_textBegin);
 }
 
-inline void DocumentBuilder::SetText(std::size_t size, EType type)
+inline DocumentBuilder::Text DocumentBuilder::TakeText() noexcept
 {
-    m_texts.Push(TakeText(size));
+    const std::size_t begin = std::exchange(m_textBegin, m_units.GetSize());
+    return {begin, m_textBegin - begin};
+}
+
+inline void DocumentBuilder::AddKey()
+{
+    // Something can be read behind a key that is short.
+    std::fill_n(GetTextRoom(0), RoomToSpare / 4, WChar{0});
+    m_members.Push(Member{.key = TakeText(), .firstText = m_texts.GetSize(), .firstObject = m_objects.GetSize()});
+}
+
+inline void DocumentBuilder::SetText(EType type)
+{
+    m_texts.Push(TakeText());
     Member& member = m_members.GetTop();
     member.textCount = 1;
     member.kind = Kind::Scalar;
@@ -166,9 +187,9 @@ inline void DocumentBuilder::OpenArray() noexcept
     m_members.GetTop().kind = Kind::Array;
 }
 
-inline void DocumentBuilder::AddText(std::size_t size, EType type)
+inline void DocumentBuilder::AddText(EType type)
 {
-    m_texts.Push(TakeText(size));
+    m_texts.Push(TakeText());
     Member& member = m_members.GetTop();
     if (member.textCount++ == 0)
     {

@@ -3,6 +3,7 @@
 #include "data/json/Escapes.h"
 #include "data/json/TokenScan.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
@@ -34,30 +35,67 @@ inline bool DocumentReader::CheckUnit(WChar unit) noexcept
     return true;
 }
 
-// Takes a string, and gives the builder its text and tells the size of that. Of a string that no quote
-// ends just the opening quote is taken.
-inline bool DocumentReader::CheckQuotedText(std::size_t& size)
+// Takes a string, and gives the builder its text. Of a string that no quote ends just the opening
+// quote is taken.
+inline bool DocumentReader::CheckQuotedText()
 {
-    if (!CheckUnit('"'))
-    {
-        return false;
-    }
+    return CheckUnit('"') && TakeText();
+}
+
+// Behind the opening quote.
+inline bool DocumentReader::TakeText()
+{
     // Most texts are short and have no escape.
     if (m_end - m_next >= BlockSize)
     {
         const unsigned found = CopyBlock(m_next, m_builder.GetTextRoom(BlockSize));
-        const auto first = std::countr_zero(found);
-        if (found != 0 && m_next[first] == '"')
+        const auto count = std::countr_zero(found);
+        if (found != 0 && m_next[count] == '"')
         {
-            m_next += first + 1;
-            size = static_cast<std::size_t>(first);
+            m_builder.WriteText(static_cast<std::size_t>(count));
+            m_next += count + 1;
             return true;
         }
     }
-    return CheckLongText(size);
+    return TakeLongText();
 }
 
-bool DocumentReader::CheckLongText(std::size_t& size)
+bool DocumentReader::TakeLongText()
+{
+    const WChar* next = m_next;
+    while (m_end - next >= BlockSize)
+    {
+        const unsigned found = CopyBlock(next, m_builder.GetTextRoom(BlockSize));
+        const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
+        m_builder.WriteText(static_cast<std::size_t>(count));
+        next += count;
+        if (found == 0)
+        {
+            continue;
+        }
+        if (*next == '"')
+        {
+            m_next = next + 1;
+            return true;
+        }
+        if (m_end - next < 2 || next[1] == 'u')
+        {
+            break;
+        }
+        if (const WChar unit = Utilities::FindMaskedUnit(next[1]); unit != 0)
+        {
+            *m_builder.GetTextRoom(1) = unit;
+            m_builder.WriteText(1);
+        }
+        next += 2;
+    }
+    m_builder.DropText();
+    return TakeRareText();
+}
+
+// For the last units of the document, and for escapes with digits: these are looked at when the end of the
+// string is known.
+bool DocumentReader::TakeRareText()
 {
     const QuotedText quoted = FindClosingQuote(m_next, m_end);
     if (quoted.end == nullptr)
@@ -66,16 +104,64 @@ bool DocumentReader::CheckLongText(std::size_t& size)
     }
     const WStringView text(m_next, quoted.end);
     m_next = quoted.end + 1;
-    if (quoted.isEscaped)
-    {
-        size = Utilities::Unescape(text, m_builder.GetTextRoom(text.size()));
-    }
-    else
-    {
-        size = text.size();
-        CopyUnits(text, m_end, m_builder.GetTextRoom(size));
-    }
+    m_builder.WriteText(Utilities::Unescape(text, m_builder.GetTextRoom(text.size())));
     return true;
+}
+
+bool DocumentReader::CheckString(WStringView text) noexcept
+{
+    PeekUnit();
+    if (!WStringView(m_next, m_end).starts_with(text))
+    {
+        return false;
+    }
+    m_next += text.size();
+    return true;
+}
+
+// Begins at a sign or a digit.
+inline void DocumentReader::TakeInteger()
+{
+    *m_builder.GetTextRoom(1) = *m_next++;
+    m_builder.WriteText(1);
+    while (m_end - m_next >= BlockSize)
+    {
+        const unsigned found = CopyDigits(m_next, m_builder.GetTextRoom(BlockSize));
+        const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
+        m_builder.WriteText(static_cast<std::size_t>(count));
+        m_next += count;
+        if (found != 0)
+        {
+            return;
+        }
+    }
+    for (; m_next != m_end && Utilities::IsDigit(*m_next); ++m_next)
+    {
+        *m_builder.GetTextRoom(1) = *m_next;
+        m_builder.WriteText(1);
+    }
+}
+
+// Takes an integer or a boolean as CheckQuotedText takes a string; the type is null if there is neither.
+inline EType DocumentReader::CheckWord()
+{
+    const WChar unit = PeekUnit();
+    if (Utilities::IsDigit(unit) || unit == '+' || unit == '-')
+    {
+        TakeInteger();
+        return EType::Integer;
+    }
+    if (unit == 't' || unit == 'f')
+    {
+        const WStringView word = unit == 't' ? WStringView("true"_w) : WStringView("false"_w);
+        if (CheckString(word))
+        {
+            std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
+            m_builder.WriteText(word.size());
+            return EType::Boolean;
+        }
+    }
+    return EType::Null;
 }
 
 // Duplicate keys are looked for when an object closes, so a fault that is found earlier asks for the
@@ -87,7 +173,7 @@ std::shared_ptr<DataObject> DocumentReader::Read()
         if (CheckUnit('{'))
         {
             m_builder.OpenObject();
-            for (Step step = Step::Key; step != Step::EndOfDocument;)
+            for (Step step = Step::Member; step != Step::EndOfDocument;)
             {
                 step = Run(step);
                 if (step == Step::Failure)
@@ -110,10 +196,10 @@ DocumentReader::Step DocumentReader::Run(Step step)
 {
     switch (step)
     {
-    case Step::Key:
-        return ReadKey();
+    case Step::Member:
+        return ReadMembers();
     case Step::Element:
-        return ReadElement();
+        return ReadElements();
     case Step::EndOfArray:
         return ReadEndOfArray();
     case Step::EndOfObject:
@@ -123,65 +209,70 @@ DocumentReader::Step DocumentReader::Run(Step step)
     }
 }
 
-DocumentReader::Step DocumentReader::ReadKey()
+DocumentReader::Step DocumentReader::ReadMembers()
 {
-    std::size_t size = 0;
-    if (!CheckQuotedText(size))
+    do
     {
-        return Step::EndOfObject;
-    }
-    m_builder.AddKey(size);
-    return CheckUnit(':') ? ReadValue() : Step::Failure;
+        if (!CheckQuotedText())
+        {
+            return Step::EndOfObject;
+        }
+        m_builder.AddKey();
+        if (!CheckUnit(':'))
+        {
+            return Step::Failure;
+        }
+        switch (PeekUnit())
+        {
+        case '{':
+            ++m_next;
+            m_builder.OpenObject();
+            return Step::Member;
+        case '[':
+            ++m_next;
+            m_builder.OpenArray();
+            return Step::Element;
+        default:
+            ReadScalar();
+        }
+    } while (CheckUnit(','));
+    return Step::EndOfObject;
 }
 
 // A value that is missing is no fault.
-DocumentReader::Step DocumentReader::ReadValue()
+inline void DocumentReader::ReadScalar()
 {
-    const WChar unit = PeekUnit();
-    if (unit == '{')
+    if (CheckQuotedText())
     {
-        ++m_next;
-        m_builder.OpenObject();
-        return Step::Key;
+        m_builder.SetText(EType::String);
     }
-    if (unit == '[')
+    else if (const EType type = CheckWord(); type != EType::Null)
     {
-        ++m_next;
-        m_builder.OpenArray();
-        return Step::Element;
-    }
-    if (std::size_t size = 0; CheckQuotedText(size))
-    {
-        m_builder.SetText(size, EType::String);
-    }
-    else if (const EType type = CheckWord(size); type != EType::Null)
-    {
-        m_builder.SetText(size, type);
+        m_builder.SetText(type);
     }
     else if (CheckString("null"_w))
     {
         m_builder.SetNull();
     }
-    return CheckUnit(',') ? Step::Key : Step::EndOfObject;
 }
 
 // So is an element that is missing.
-DocumentReader::Step DocumentReader::ReadElement()
+DocumentReader::Step DocumentReader::ReadElements()
 {
     do
     {
-        if (std::size_t size = 0; CheckQuotedText(size))
+        if (CheckQuotedText())
         {
-            m_builder.AddText(size, EType::String);
+            m_builder.AddText(EType::String);
         }
-        else if (const EType type = CheckWord(size); type != EType::Null)
+        else if (const EType type = CheckWord(); type != EType::Null)
         {
-            m_builder.AddText(size, type);
+            m_builder.AddText(type);
         }
         else if (CheckUnit('{'))
         {
             m_builder.OpenObject();
-            return Step::Key;
+            return Step::Member;
         }
     } while (CheckUnit(','));
     return Step::EndOfArray;
@@ -194,7 +285,7 @@ DocumentReader::Step DocumentReader::ReadEndOfArray()
     {
         return Step::Failure;
     }
-    return CheckUnit(',') ? Step::Key : Step::EndOfObject;
+    return CheckUnit(',') ? Step::Member : Step::EndOfObject;
 }
 
 DocumentReader::Step DocumentReader::ReadEndOfObject()
@@ -216,34 +307,7 @@ DocumentReader::Step DocumentReader::ReadEndOfObject()
         return CheckUnit(',') ? Step::Element : Step::EndOfArray;
     }
     m_builder.SetObject(std::move(object));
-    return CheckUnit(',') ? Step::Key : Step::EndOfObject;
-}
-
-bool DocumentReader::CheckString(WStringView text) noexcept
-{
-    PeekUnit();
-    if (!WStringView(m_next, m_end).starts_with(text))
-    {
-        return false;
-    }
-    m_next += text.size();
-    return true;
-}
-
-// Takes an integer or a boolean as CheckQuotedText takes a string; the type is null if there is neither.
-EType DocumentReader::CheckWord(std::size_t& size)
-{
-    PeekUnit();
-    const WChar* const begin = m_next;
-    EType type = EType::Integer;
-    m_next = SkipInteger(m_next, m_end);
-    if (m_next == begin)
-    {
-        type = CheckString("true"_w) || CheckString("false"_w) ? EType::Boolean : EType::Null;
-    }
-    size = static_cast<std::size_t>(m_next - begin);
-    CopyUnits(WStringView(begin, m_next), m_end, m_builder.GetTextRoom(size));
-    return type;
+    return CheckUnit(',') ? Step::Member : Step::EndOfObject;
 }
 
 } // namespace Quoll::Json

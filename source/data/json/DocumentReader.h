@@ -28,7 +28,7 @@ public:
 private:
     enum class Step : std::uint8_t
     {
-        Key,
+        Member,
         Element,
         EndOfArray,
         EndOfObject,
@@ -37,18 +37,21 @@ private:
     };
 
     Step Run(Step step);
-    Step ReadKey();
-    Step ReadValue();
-    Step ReadElement();
+    Step ReadMembers();
+    void ReadScalar();
+    Step ReadElements();
     Step ReadEndOfArray();
     Step ReadEndOfObject();
 
     WChar PeekUnit() noexcept;
     bool CheckUnit(WChar unit) noexcept;
     bool CheckString(WStringView text) noexcept;
-    EType CheckWord(std::size_t& size);
-    bool CheckQuotedText(std::size_t& size);
-    bool CheckLongText(std::size_t& size);
+    bool CheckQuotedText();
+    bool TakeText();
+    bool TakeLongText();
+    bool TakeRareText();
+    EType CheckWord();
+    void TakeInteger();
 
     const WChar* const m_begin;
     const WChar* m_next;

@@ -46,18 +46,6 @@ WChar ParseUnit(WStringView units)
     return static_cast<WChar>(isNegative ? 0 - value : value);
 }
 
-constexpr WChar FindLetter(WChar letter) noexcept
-{
-    for (std::size_t i = 0; i < MaskCount; ++i)
-    {
-        if (MaskLetters[i] == letter)
-        {
-            return MaskedUnits[i];
-        }
-    }
-    return 0;
-}
-
 } // namespace
 
 std::size_t Unescape(WStringView text, WChar* to)
@@ -73,7 +61,7 @@ std::size_t Unescape(WStringView text, WChar* to)
         }
         const WChar letter = text[run + 1];
         text.remove_prefix(run + 2);
-        if (const WChar unit = FindLetter(letter); unit != 0)
+        if (const WChar unit = FindMaskedUnit(letter); unit != 0)
         {
             *next++ = unit;
         }

@@ -37,6 +37,20 @@ constexpr char GetEscapeLetter(WChar unit) noexcept
     return unit < EscapeTableSize ? EscapeTable[unit] : '\0';
 }
 
+// The unit that is escaped with the letter, or NUL.
+constexpr WChar FindMaskedUnit(WChar letter) noexcept
+{
+    constexpr std::array<char, 'u'> units = [] {
+        std::array<char, 'u'> table{};
+        for (std::size_t i = 0; i < MaskCount; ++i)
+        {
+            table[MaskLetters[i]] = static_cast<char>(MaskedUnits[i]);
+        }
+        return table;
+    }();
+    return letter < units.size() ? static_cast<WChar>(units[letter]) : WChar{0};
+}
+
 constexpr bool IsMasked(WChar unit) noexcept
 {
     const char letter = GetEscapeLetter(unit);

@@ -1,7 +1,6 @@
 // Where tokens end.
 #pragma once
 
-#include "core/CharacterClass.h"
 #include "data/json/UnitSearch.h"
 
 namespace Quoll::Json
@@ -21,10 +20,7 @@ inline const WChar* SkipSpace(const WChar* units, const WChar* end) noexcept
 // Behind an optional sign and digits.
 inline const WChar* SkipInteger(const WChar* units, const WChar* end) noexcept
 {
-    if (units != end && (*units == '+' || *units == '-'))
-    {
-        ++units;
-    }
+    units += units != end && (*units == '+' || *units == '-') ? 1 : 0;
     while (units != end && Utilities::IsDigit(*units))
     {
         ++units;

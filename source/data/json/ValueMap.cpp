@@ -16,40 +16,43 @@ ValueMap::ValueMap(ValueMap&& other) noexcept
     , m_readCount(std::exchange(other.m_readCount, 0))
     , m_added(std::move(other.m_added))
 {
-    other.m_added.clear();
 }
 
 ValueMap& ValueMap::operator=(ValueMap&& other) noexcept
 {
-    // What was here may own `other`, so it has to live to the end.
-    const ValueMap before(std::move(*this));
-    std::swap(m_chunk, other.m_chunk);
-    std::swap(m_read, other.m_read);
-    std::swap(m_readCount, other.m_readCount);
-    m_added.swap(other.m_added);
+    if (this != &other)
+    {
+        // What was here may own `other`, so it has to live to the end.
+        const ValueMap before(std::move(*this));
+        std::destroy_at(this);
+        std::construct_at(this, std::move(other));
+    }
     return *this;
 }
 
 ValueMap::~ValueMap()
 {
     std::destroy_n(m_read, m_readCount);
-    for (const auto& entry : m_added)
+    if (m_added != nullptr)
     {
-        delete[] entry.first.data();
+        for (const auto& entry : *m_added)
+        {
+            delete[] entry.first.data();
+        }
     }
 }
 
 void ValueMap::const_iterator::SettleAmongAdded() noexcept
 {
     const bool isReadLeft = m_read != m_map->m_read + m_map->m_readCount;
-    const bool isAddedLeft = m_added != m_map->m_added.end();
+    const bool isAddedLeft = m_added != m_map->m_added->end();
     m_isAdded = isAddedLeft && (!isReadLeft || m_added->first < m_read->first);
 }
 
 ValueMap::const_iterator& ValueMap::const_iterator::operator--() noexcept
 {
     const bool isReadBefore = m_read != m_map->m_read;
-    const bool isAddedBefore = m_added != m_map->m_added.begin();
+    const bool isAddedBefore = m_map->m_added != nullptr && m_added != m_map->m_added->begin();
     m_isAdded = isAddedBefore && (!isReadBefore || m_read[-1].first < std::prev(m_added)->first);
     if (m_isAdded)
     {
@@ -70,7 +73,7 @@ ValueMap::value_type* ValueMap::LowerBoundRead(WStringView key) const noexcept
 
 ValueMap::const_iterator ValueMap::lower_bound(WStringView key) const noexcept
 {
-    return {*this, LowerBoundRead(key), m_added.lower_bound(key)};
+    return {*this, LowerBoundRead(key), m_added != nullptr ? m_added->lower_bound(key) : Added::const_iterator()};
 }
 
 ValueMap::const_iterator ValueMap::find(WStringView key) const noexcept
@@ -96,22 +99,33 @@ const DataValue* ValueMap::Find(WStringView key) const noexcept
     {
         return &read->second;
     }
-    const auto added = m_added.find(key);
-    return added != m_added.end() ? &added->second : nullptr;
+    if (m_added == nullptr)
+    {
+        return nullptr;
+    }
+    const auto added = m_added->find(key);
+    return added != m_added->end() ? &added->second : nullptr;
 }
 
 DataValue& ValueMap::FindOrAdd(WStringView key)
 {
     const DataValue* const value = Find(key);
-    return value != nullptr ? const_cast<DataValue&>(*value) : Add(m_added.lower_bound(key), key);
+    return value != nullptr ? const_cast<DataValue&>(*value) : Add(key);
 }
 
-// Adds an entry that is missing. The position is that of the next one that was added.
-DataValue& ValueMap::Add(Added::const_iterator position, WStringView key)
+// Adds an entry that is missing.
+DataValue& ValueMap::Add(WStringView key)
 {
+    if (m_added == nullptr)
+    {
+        m_added = std::make_unique<Added>();
+    }
     auto units = std::make_unique_for_overwrite<WChar[]>(key.size());
     std::copy(key.begin(), key.end(), units.get());
-    DataValue& value = m_added.try_emplace(position, Key(WStringView(units.get(), key.size())))->second;
+    // Copies add their keys in order.
+    const bool isLast = m_added->empty() || std::prev(m_added->end())->first < key;
+    const auto position = isLast ? m_added->end() : m_added->lower_bound(key);
+    DataValue& value = m_added->try_emplace(position, Key(WStringView(units.get(), key.size())))->second;
     units.release();
     return value;
 }
