@@ -30,8 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     catch (const std::invalid_argument&)
     {
     }
-    // A NUL ends the text, and the escape of 0x0B means another unit.
-    std::erase_if(text, [](WChar unit) { return unit == 0 || unit == 0x0B; });
+    // A NUL ends the text, and the escapes of the others mean other units.
+    std::erase_if(text, [](WChar unit) { return unit == 0 || unit == 0x0B || unit == 0x0E || unit == 0x0F; });
     const WString escaped = JsonEncoder::ToEscapedString(text);
     if (JsonEncoder::FromEscapedString(escaped) != (JsonEncoder::IsEscaped(escaped) ? text : escaped))
     {

@@ -11,8 +11,8 @@
 //
 // So a slash is always escaped. It differs from RFC 8259 in the control characters, which are the
 // units below decimal 20 here, and in how they are written: each of their two digits is a nibble added
-// to the code of "0", so that 0x0B becomes `\u000;`, which doesn't read back as 0x0B. The units from 20 to 31,
-// and all above 127, are written as they are.
+// to the code of "0". So 0x0B, 0x0E and 0x0F become `\u000;`, `\u000>` and `\u000?`, which don't read back.
+// The units from 20 to 31, and all above 127, are written as they are.
 //
 // Threads: the operations keep no state.
 #pragma once
