@@ -41,7 +41,7 @@ clean:
 	rm -rf build
 
 help:
-	@echo "make demo [FILE=...]   two processes talk; FILE is sent instead of the README"
+	@echo "make demo [FILE=...]   two processes talk in JSON about the README, or about FILE"
 	@echo "make test              tests on Linux"
 	@echo "make windows-test      the same tests as Windows programs under Wine"
 	@echo "make windows-demo      the demo as Windows programs under Wine"

@@ -1,10 +1,15 @@
 #include "Demo.h"
 
 #include <Quoll/Errors.h>
+#include <Quoll/JsonReader.h>
+#include <Quoll/JsonWriter.h>
 #include <Quoll/StringUtilities.h>
 
+#include <algorithm>
+#include <exception>
 #include <iostream>
 #include <mutex>
+#include <stdexcept>
 
 namespace Demo
 {
@@ -13,6 +18,31 @@ using namespace Quoll::Literals;
 using namespace Quoll::Utilities;
 using Quoll::WString;
 using Quoll::WStringView;
+
+namespace
+{
+
+constexpr std::string_view TEST_SIGNATURE = "QUOLL-TEST-SIGNATURE";
+
+// Other control characters don't come back from every document as they were.
+bool IsKeptByJson(char byte)
+{
+    return byte == '\t' || byte == '\r' || static_cast<unsigned char>(byte) >= 0x20;
+}
+
+std::string ToHexadecimal(const std::string& bytes)
+{
+    constexpr std::string_view DIGITS = "0123456789abcdef";
+    std::string digits;
+    for (const char byte : bytes)
+    {
+        digits += DIGITS[static_cast<unsigned char>(byte) >> 4];
+        digits += DIGITS[static_cast<unsigned char>(byte) & 15];
+    }
+    return digits;
+}
+
+} // namespace
 
 std::shared_ptr<MultiClientPipe> MakeEndpoint(const WString& name)
 {
@@ -48,29 +78,65 @@ void Say(std::string_view who, std::string_view what)
     std::cout << line << std::flush;
 }
 
-WString AnswerTo(const WString& message)
+Document MakeMessage(WStringView type)
 {
-    return "seen "_w + message;
+    auto message = std::make_shared<Quoll::Json::DataObject>();
+    message->SetValue("type"_w, WString(type));
+    return message;
 }
 
-WString PackLine(std::size_t number, const std::string& line)
+WString Encode(const Document& message)
 {
-    const bool isText = StringUtilities::IsValidUtf8(line) && line.find('\0') == std::string::npos;
-    std::string packed = std::to_string(number) + (isText ? " text " : " bytes ");
-    if (isText)
+    return Quoll::Json::JsonWriter::Encode(*message, false);
+}
+
+Document Decode(const WString& text, WStringView type)
+{
+    const auto refuse = [&text](const std::string& why) {
+        throw std::runtime_error("got a message that is " + why + ": " + Shorten(ToText(text.substr(0, 200))));
+    };
+    Document message;
+    try
     {
-        packed += line;
+        message = Quoll::Json::JsonReader::Decode(text, false);
     }
-    else
+    catch (const std::exception& exception)
     {
-        constexpr std::string_view DIGITS = "0123456789abcdef";
-        for (const char byte : line)
-        {
-            packed += DIGITS[static_cast<unsigned char>(byte) >> 4];
-            packed += DIGITS[static_cast<unsigned char>(byte) & 15];
-        }
+        refuse(std::string("no JSON document (") + exception.what() + ")");
     }
-    return StringUtilities::Utf8ToUtf16(packed);
+    if (message == nullptr)
+    {
+        refuse("no JSON document");
+    }
+    if (message->GetStringValue("type"_w) != type)
+    {
+        refuse("not of type \"" + ToText(type) + "\"");
+    }
+    return message;
+}
+
+Document MakeReport(const WString& file, std::size_t number, const std::string& line)
+{
+    const bool isText = StringUtilities::IsValidUtf8(line) && std::all_of(line.begin(), line.end(), IsKeptByJson);
+    const bool isInfected = line.find(TEST_SIGNATURE) != std::string::npos;
+    auto report = MakeMessage("report"_w);
+    report->SetValue("file"_w, file);
+    report->SetUint64Value("line"_w, number);
+    report->SetValue("verdict"_w, isInfected ? "infected"_w : isText ? "clean"_w : "unknown"_w);
+    if (isInfected)
+    {
+        report->GetValue("signatures"_w).AddStringValue("Quoll.Test"_w);
+    }
+    report->SetBooleanValue("isText"_w, isText);
+    report->SetValue("content"_w, StringUtilities::Utf8ToUtf16(isText ? line : ToHexadecimal(line)));
+    return report;
+}
+
+Document AnswerTo(const Document& report)
+{
+    auto answer = MakeMessage("seen"_w);
+    answer->SetObject("report"_w, report);
+    return answer;
 }
 
 std::string Shorten(const std::string& text)

@@ -1,6 +1,7 @@
 // What the two programs of the demo share: how they talk to people and to each other.
 #pragma once
 
+#include <Quoll/JsonObject.h>
 #include <Quoll/MultiClientPipe.h>
 #include <Quoll/WideString.h>
 
@@ -28,12 +29,19 @@ std::string ToText(Quoll::WStringView wide);            // UTF-8; never fails
 // Writes one line of the transcript; lines of several threads don't mix.
 void Say(std::string_view who, std::string_view what);
 
-// What the tray answers to a message of the service.
-Quoll::WString AnswerTo(const Quoll::WString& message);
+// Messages are JSON documents; their "type" says what else is in them.
+using Document = std::shared_ptr<Quoll::Json::DataObject>;
 
-// Any line of a file as text that a message can carry, never empty, and different for different
-// lines: number, then the text as it is, or its bytes in hexadecimal if it isn't UTF-8.
-Quoll::WString PackLine(std::size_t number, const std::string& line);
+Document MakeMessage(Quoll::WStringView type);
+Quoll::WString Encode(const Document& message);
+// Throws std::runtime_error for a text that is no document, or one of another type.
+Document Decode(const Quoll::WString& text, Quoll::WStringView type);
+
+// Type "report": what the service found in a line of a file, and the line: as text, or its bytes in
+// hexadecimal if it isn't UTF-8 or has control characters.
+Document MakeReport(const Quoll::WString& file, std::size_t number, const std::string& line);
+// Type "seen": the report goes back in it.
+Document AnswerTo(const Document& report);
 
 // The beginning of a text, for the transcript, without control characters.
 std::string Shorten(const std::string& text);

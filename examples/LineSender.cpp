@@ -1,15 +1,15 @@
 #include "LineSender.h"
 
-#include "Demo.h"
-
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 namespace Demo
 {
 
+using namespace Quoll::Literals;
 using Clock = std::chrono::steady_clock;
 
 void LineSender::TakeAnswer(const Quoll::WString& answer)
@@ -21,25 +21,29 @@ void LineSender::TakeAnswer(const Quoll::WString& answer)
     m_came.notify_one();
 }
 
-bool LineSender::Ask(Quoll::Utilities::IMultiClientPipe& endpoint, const Quoll::WString& message)
+void LineSender::Ask(Quoll::Utilities::IMultiClientPipe& endpoint, const Document& report)
 {
+    const Quoll::WString text = Encode(report);
     const auto begin = Clock::now();
-    endpoint.WriteMessage(PEER, message, true);
-    const auto answer = WaitForAnswer();
-    if (!answer || *answer != AnswerTo(message))
-    {
-        return false;
-    }
+    endpoint.WriteMessage(PEER, text, true);
+    const Quoll::WString answer = WaitForAnswer();
     m_roundTrips.push_back(Clock::now() - begin);
-    m_bytes += (message.size() + answer->size()) * sizeof(Quoll::WChar);
-    return true;
+    m_bytes += (text.size() + answer.size()) * sizeof(Quoll::WChar);
+    const auto seen = Decode(answer, "seen"_w)->GetValue("report"_w).GetObject();
+    if (seen == nullptr || Encode(seen) != text)
+    {
+        throw std::runtime_error("another report came back than was sent");
+    }
 }
 
-std::optional<Quoll::WString> LineSender::WaitForAnswer()
+Quoll::WString LineSender::WaitForAnswer()
 {
     std::unique_lock guard(m_lock);
-    m_came.wait_for(guard, std::chrono::milliseconds(TIMEOUT), [this] { return m_answer.has_value(); });
-    return std::exchange(m_answer, std::nullopt);
+    if (!m_came.wait_for(guard, std::chrono::milliseconds(TIMEOUT), [this] { return m_answer.has_value(); }))
+    {
+        throw std::runtime_error("the tray doesn't answer");
+    }
+    return *std::exchange(m_answer, std::nullopt);
 }
 
 std::string LineSender::Summary() const
@@ -47,7 +51,7 @@ std::string LineSender::Summary() const
     auto sorted = m_roundTrips;
     std::sort(sorted.begin(), sorted.end());
     std::ostringstream text;
-    text << sorted.size() << " messages answered, " << m_bytes << " bytes both ways";
+    text << sorted.size() << " reports answered, " << m_bytes << " bytes both ways";
     if (!sorted.empty())
     {
         const std::chrono::duration<double, std::micro> median = sorted[sorted.size() / 2];

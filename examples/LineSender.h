@@ -1,5 +1,7 @@
-// Sends messages to the tray one by one and checks each answer.
+// Sends reports to the tray one by one and checks each answer.
 #pragma once
+
+#include "Demo.h"
 
 #include <Quoll/MultiClientPipe.h>
 #include <Quoll/WideString.h>
@@ -20,14 +22,14 @@ public:
     // An answer has come in; called on the connection's thread.
     void TakeAnswer(const Quoll::WString& answer);
 
-    // False if the answer is wrong or doesn't come.
-    bool Ask(Quoll::Utilities::IMultiClientPipe& endpoint, const Quoll::WString& message);
+    // Throws std::runtime_error if the answer is wrong or doesn't come.
+    void Ask(Quoll::Utilities::IMultiClientPipe& endpoint, const Document& report);
 
-    // Messages, bytes both ways and the median round trip, for people.
+    // Reports, bytes both ways and the median round trip, for people.
     std::string Summary() const;
 
 private:
-    std::optional<Quoll::WString> WaitForAnswer();
+    Quoll::WString WaitForAnswer();
 
     std::mutex m_lock;
     std::condition_variable m_came;

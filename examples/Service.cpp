@@ -1,4 +1,4 @@
-// The service: lets the tray program in, sends it every line of a file and checks the answers.
+// The service: lets the tray program in, sends it a report on every line of a file and checks the answers.
 //
 //     quoll_service SERVICE_PIPE TRAY_PROGRAM FILE
 //     quoll_service --knock SERVICE_PIPE
@@ -51,34 +51,30 @@ bool IsTray(const SharedHandle& pipe, const std::filesystem::path& trayProgram)
     return known;
 }
 
-void SendLines(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istream& file)
+void SendReports(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istream& file, const WString& path)
 {
     std::string line;
     for (std::size_t number = 1; std::getline(file, line); ++number)
     {
+        const auto report = Demo::MakeReport(path, number, line);
         if (number <= SHOWN)
         {
-            Demo::Say(SERVICE, "sends line " + std::to_string(number) + ": " + Demo::Shorten(line));
+            Demo::Say(SERVICE, "sends " + Demo::Shorten(Demo::ToText(Demo::Encode(report))));
         }
         else if (number == SHOWN + 1)
         {
             Demo::Say(SERVICE, "(sends the rest without telling)");
         }
-        if (!sender.Ask(endpoint, Demo::PackLine(number, line)))
-        {
-            throw std::runtime_error("line " + std::to_string(number) + " didn't come back right");
-        }
+        sender.Ask(endpoint, report);
     }
     if (file.bad())
     {
         throw std::runtime_error("the file can't be read");
     }
-    Demo::Say(SERVICE, "every line came back right");
-    if (!sender.Ask(endpoint, WString(std::size_t{1024} * 1024 / sizeof(Quoll::WChar), Quoll::WChar('m'))))
-    {
-        throw std::runtime_error("the message of 1 MiB didn't come back right");
-    }
-    Demo::Say(SERVICE, "a message of 1 MiB came back right");
+    Demo::Say(SERVICE, "every report came back right");
+    const std::string longLine(std::size_t{1024} * 1024 / sizeof(Quoll::WChar), 'm');
+    sender.Ask(endpoint, Demo::MakeReport(path, 0, longLine));
+    Demo::Say(SERVICE, "a report of 1 MiB came back right");
 }
 
 void Serve(const WString& pipeName, const std::filesystem::path& trayProgram, const std::filesystem::path& path)
@@ -88,7 +84,8 @@ void Serve(const WString& pipeName, const std::filesystem::path& trayProgram, co
     {
         throw std::runtime_error("can't open " + path.string());
     }
-    Demo::Say(SERVICE, "will send " + Demo::ToText(NativePath::FromNative(std::filesystem::absolute(path))));
+    const WString libraryPath = NativePath::FromNative(std::filesystem::absolute(path));
+    Demo::Say(SERVICE, "will report on " + Demo::ToText(libraryPath));
 
     Demo::LineSender sender;
     std::promise<WString> hello;
@@ -109,17 +106,17 @@ void Serve(const WString& pipeName, const std::filesystem::path& trayProgram, co
         nullptr, [&](const SharedHandle& pipe, bool, std::uint32_t) { return IsTray(pipe, trayProgram); }, nullptr);
     Demo::Say(SERVICE, "serves " + Demo::ToText(endpoint->GetPipeServerName()));
 
-    const WString greeting = Await(hello.get_future(), "the tray");
-    endpoint->AddClient(Demo::PEER, greeting.substr("hello "_w.size()), true,
+    const auto greeting = Demo::Decode(Await(hello.get_future(), "the tray"), "hello"_w);
+    endpoint->AddClient(Demo::PEER, greeting->GetStringValue("pipe"_w), true,
                         [&trayGone](std::uint32_t) { trayGone.set_value(); });
-    SendLines(sender, *endpoint, file);
+    SendReports(sender, *endpoint, file, libraryPath);
 
     Demo::Say(SERVICE, "waits for the tray to go");
     Await(trayGone.get_future(), "the end of the tray");
     Demo::Say(SERVICE, "the tray has gone");
     try
     {
-        endpoint->WriteMessage(Demo::PEER, "are you there?"_w, true);
+        endpoint->WriteMessage(Demo::PEER, Demo::Encode(Demo::MakeMessage("ping"_w)), true);
         throw std::logic_error("a message reached a tray that has gone");
     }
     catch (const Quoll::Communication::ClosedConnectionException& exception)
@@ -137,7 +134,7 @@ void Knock(const WString& pipeName)
     client.Open(SharedHandle());
     try
     {
-        client.WriteMessageSync("hello stranger"_w, true);
+        client.WriteMessageSync(Demo::Encode(Demo::MakeMessage("hello"_w)), true);
         client.ReadMessageSync();
     }
     catch (const Win32Exception& exception)
