@@ -206,9 +206,42 @@ void DocumentBuilder::FillEntries(ValueMap& map)
 
 void DocumentBuilder::FillValue(const Member& member, DataValue& value)
 {
-    value.m_type = member.type;
-    value.m_isArray = member.kind == Kind::Array;
-    if (member.textCount > 0 && member.objectCount > 0)
+    switch (member.kind)
+    {
+    case Kind::Text:
+        value.m_type = member.type;
+        FillText(GetCopy(member.text), value);
+        break;
+    case Kind::Object:
+        value.m_type = EType::Object;
+        FillObjects(member, value);
+        break;
+    case Kind::Array:
+        value.m_type = member.type;
+        value.m_isArray = true;
+        FillArray(member, value);
+        break;
+    default:
+        break;
+    }
+}
+
+void DocumentBuilder::FillText(WStringView text, DataValue& value)
+{
+    if (text.size() > MaxReadSize)
+    {
+        value.EditLists().values.emplace_back(text);
+        return;
+    }
+    value.m_readText = text.data();
+    value.m_readSize = static_cast<std::uint32_t>(text.size());
+    value.m_form = DataValue::Form::Text;
+}
+
+void DocumentBuilder::FillArray(const Member& member, DataValue& value)
+{
+    const bool hasBoth = member.textCount > 0 && member.objectCount > 0;
+    if (hasBoth || std::max(member.textCount, member.objectCount) > MaxReadSize)
     {
         FillLists(member, value);
     }
@@ -218,39 +251,6 @@ void DocumentBuilder::FillValue(const Member& member, DataValue& value)
     }
     else if (member.textCount > 0)
     {
-        FillTexts(member, value);
-    }
-}
-
-void DocumentBuilder::FillObjects(const Member& member, DataValue& value)
-{
-    if (member.objectCount > MaxReadSize)
-    {
-        FillLists(member, value);
-        return;
-    }
-    value.m_readObjects = m_nextObject;
-    value.m_readSize = static_cast<std::uint32_t>(member.objectCount);
-    value.m_form = DataValue::Form::Objects;
-    m_nextObject =
-        std::uninitialized_move_n(m_objects.begin() + member.firstObject, member.objectCount, m_nextObject).second;
-}
-
-void DocumentBuilder::FillTexts(const Member& member, DataValue& value)
-{
-    const Text& first = m_texts[member.firstText];
-    if (std::max(first.size, member.textCount) > MaxReadSize)
-    {
-        FillLists(member, value);
-    }
-    else if (!value.m_isArray)
-    {
-        value.m_readText = GetCopy(first).data();
-        value.m_readSize = static_cast<std::uint32_t>(first.size);
-        value.m_form = DataValue::Form::Text;
-    }
-    else
-    {
         value.m_readTexts = m_nextText;
         value.m_readSize = static_cast<std::uint32_t>(member.textCount);
         value.m_form = DataValue::Form::Texts;
@@ -259,6 +259,15 @@ void DocumentBuilder::FillTexts(const Member& member, DataValue& value)
             std::construct_at(m_nextText++, GetCopy(m_texts[member.firstText + i]));
         }
     }
+}
+
+void DocumentBuilder::FillObjects(const Member& member, DataValue& value)
+{
+    value.m_readObjects = m_nextObject;
+    value.m_readSize = static_cast<std::uint32_t>(member.objectCount);
+    value.m_form = DataValue::Form::Objects;
+    m_nextObject =
+        std::uninitialized_move_n(m_objects.begin() + member.firstObject, member.objectCount, m_nextObject).second;
 }
 
 // What has no short form.
@@ -287,15 +296,11 @@ void DocumentBuilder::Apply(const Member& member, DataValue& value)
     {
     case Kind::Missing:
         break;
-    case Kind::Scalar:
-        if (member.textCount > 0)
-        {
-            value.SetValue(WString(GetCopy(m_texts[member.firstText])), member.type);
-        }
-        else
-        {
-            value.SetNull();
-        }
+    case Kind::Null:
+        value.SetNull();
+        break;
+    case Kind::Text:
+        value.SetValue(WString(GetCopy(member.text)), member.type);
         break;
     case Kind::Object:
         value.SetObject(std::move(m_objects[member.firstObject]));

@@ -53,7 +53,8 @@ private:
     enum class Kind : std::uint8_t
     {
         Missing,
-        Scalar,
+        Null,
+        Text,
         Object,
         Array
     };
@@ -65,16 +66,18 @@ private:
         std::size_t size;
     };
 
+    // What isn't set by a kind has no meaning for it.
     struct Member
     {
         Text key;
+        Kind kind;
+        EType type;     // that of the whole value
+        EType textType; // that of the first text of an array
+        std::size_t textCount;
+        Text text; // of a scalar
         std::size_t firstText;
-        std::size_t textCount = 0;
         std::size_t firstObject;
-        std::size_t objectCount = 0;
-        Kind kind = Kind::Missing;
-        EType type = EType::Null;     // that of the whole value
-        EType textType = EType::Null; // that of the first text
+        std::size_t objectCount;
     };
 
     struct SortedMember
@@ -104,8 +107,9 @@ private:
     std::shared_ptr<DataObject> MakeObject(const Level& level);
     void FillEntries(ValueMap& map);
     void FillValue(const Member& member, DataValue& value);
+    void FillText(WStringView text, DataValue& value);
+    void FillArray(const Member& member, DataValue& value);
     void FillObjects(const Member& member, DataValue& value);
-    void FillTexts(const Member& member, DataValue& value);
     void FillLists(const Member& member, DataValue& value);
     void Apply(const Member& member, DataValue& value);
     void ApplyArray(const Member& member, DataValue& value);
@@ -156,35 +160,42 @@ inline void DocumentBuilder::AddKey()
 {
     // Something can be read behind a key that is short.
     std::fill_n(GetTextRoom(0), RoomToSpare / 4, WChar{0});
-    m_members.Push(Member{.key = TakeText(), .firstText = m_texts.GetSize(), .firstObject = m_objects.GetSize()});
+    Member& member = m_members.Push();
+    member.key = TakeText();
+    member.kind = Kind::Missing;
 }
 
 inline void DocumentBuilder::SetText(EType type)
 {
-    m_texts.Push(TakeText());
     Member& member = m_members.GetTop();
-    member.textCount = 1;
-    member.kind = Kind::Scalar;
+    member.text = TakeText();
+    member.kind = Kind::Text;
     member.type = type;
 }
 
 inline void DocumentBuilder::SetNull() noexcept
 {
-    m_members.GetTop().kind = Kind::Scalar;
+    m_members.GetTop().kind = Kind::Null;
 }
 
 inline void DocumentBuilder::SetObject(std::shared_ptr<DataObject> object)
 {
-    m_objects.Push(std::move(object));
     Member& member = m_members.GetTop();
+    member.firstObject = m_objects.GetSize();
     member.objectCount = 1;
     member.kind = Kind::Object;
-    member.type = EType::Object;
+    m_objects.Push(std::move(object));
 }
 
 inline void DocumentBuilder::OpenArray() noexcept
 {
-    m_members.GetTop().kind = Kind::Array;
+    Member& member = m_members.GetTop();
+    member.kind = Kind::Array;
+    member.type = EType::Null;
+    member.firstText = m_texts.GetSize();
+    member.textCount = 0;
+    member.firstObject = m_objects.GetSize();
+    member.objectCount = 0;
 }
 
 inline void DocumentBuilder::AddText(EType type)

@@ -18,52 +18,40 @@ DocumentReader::DocumentReader(WStringView text, bool allowDuplicates) noexcept
 {
 }
 
-// The first unit of the next token; NUL at the end of the text, as no token begins with one.
-inline WChar DocumentReader::PeekUnit() noexcept
+// The operations take the place of a token, and answer that of the next: what is kept in registers
+// needn't be read again whenever a text was written.
+
+inline const WChar* DocumentReader::SkipToToken(const WChar* next) const noexcept
 {
-    m_next = SkipSpace(m_next, m_end);
-    return m_next != m_end ? *m_next : WChar{0};
+    return SkipSpace(next, m_end);
 }
 
-inline bool DocumentReader::CheckUnit(WChar unit) noexcept
+// The unit at the place; NUL at the end of the text, as no token begins with one.
+inline WChar DocumentReader::GetUnit(const WChar* next) const noexcept
 {
-    if (PeekUnit() != unit)
-    {
-        return false;
-    }
-    ++m_next;
-    return true;
+    return next != m_end ? *next : WChar{0};
 }
 
-// Takes a string, and gives the builder its text. Of a string that no quote ends just the opening
-// quote is taken.
-inline bool DocumentReader::CheckQuotedText()
-{
-    return CheckUnit('"') && TakeText();
-}
-
-// Behind the opening quote.
-inline bool DocumentReader::TakeText()
+// Takes the text behind an opening quote and its closing one. Null if there is none.
+inline const WChar* DocumentReader::TakeText(const WChar* next)
 {
     // Most texts are short and have no escape.
-    if (m_end - m_next >= BlockSize)
+    if (m_end - next >= BlockSize)
     {
-        const unsigned found = CopyBlock(m_next, m_builder.GetTextRoom(BlockSize));
+        const unsigned found = CopyBlock(next, m_builder.GetTextRoom(BlockSize));
         const auto count = std::countr_zero(found);
-        if (found != 0 && m_next[count] == '"')
+        if (found != 0 && next[count] == '"')
         {
             m_builder.WriteText(static_cast<std::size_t>(count));
-            m_next += count + 1;
-            return true;
+            return next + count + 1;
         }
     }
-    return TakeLongText();
+    return TakeLongText(next);
 }
 
-bool DocumentReader::TakeLongText()
+const WChar* DocumentReader::TakeLongText(const WChar* begin)
 {
-    const WChar* next = m_next;
-    while (m_end - next >= BlockSize)
+    for (const WChar* next = begin; m_end - next >= BlockSize;)
     {
         const unsigned found = CopyBlock(next, m_builder.GetTextRoom(BlockSize));
         const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
@@ -75,8 +63,7 @@ bool DocumentReader::TakeLongText()
         }
         if (*next == '"')
         {
-            m_next = next + 1;
-            return true;
+            return next + 1;
         }
         if (m_end - next < 2 || next[1] == 'u')
         {
@@ -90,78 +77,83 @@ bool DocumentReader::TakeLongText()
         next += 2;
     }
     m_builder.DropText();
-    return TakeRareText();
+    return TakeRareText(begin);
 }
 
 // For the last units of the document, and for escapes with digits: these are looked at when the end of the
 // string is known.
-bool DocumentReader::TakeRareText()
+const WChar* DocumentReader::TakeRareText(const WChar* begin)
 {
-    const QuotedText quoted = FindClosingQuote(m_next, m_end);
+    const QuotedText quoted = FindClosingQuote(begin, m_end);
     if (quoted.end == nullptr)
     {
-        return false;
+        return nullptr;
     }
-    const WStringView text(m_next, quoted.end);
-    m_next = quoted.end + 1;
+    const WStringView text(begin, quoted.end);
     m_builder.WriteText(Utilities::Unescape(text, m_builder.GetTextRoom(text.size())));
-    return true;
-}
-
-bool DocumentReader::CheckString(WStringView text) noexcept
-{
-    PeekUnit();
-    if (!WStringView(m_next, m_end).starts_with(text))
-    {
-        return false;
-    }
-    m_next += text.size();
-    return true;
+    return quoted.end + 1;
 }
 
 // Begins at a sign or a digit.
-inline void DocumentReader::TakeInteger()
+inline const WChar* DocumentReader::TakeInteger(const WChar* next)
 {
-    *m_builder.GetTextRoom(1) = *m_next++;
+    *m_builder.GetTextRoom(1) = *next++;
     m_builder.WriteText(1);
-    while (m_end - m_next >= BlockSize)
+    while (m_end - next >= BlockSize)
     {
-        const unsigned found = CopyDigits(m_next, m_builder.GetTextRoom(BlockSize));
+        const unsigned found = CopyDigits(next, m_builder.GetTextRoom(BlockSize));
         const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
         m_builder.WriteText(static_cast<std::size_t>(count));
-        m_next += count;
+        next += count;
         if (found != 0)
         {
-            return;
+            return next;
         }
     }
-    for (; m_next != m_end && Utilities::IsDigit(*m_next); ++m_next)
+    for (; Utilities::IsDigit(GetUnit(next)); ++next)
     {
-        *m_builder.GetTextRoom(1) = *m_next;
+        *m_builder.GetTextRoom(1) = *next;
         m_builder.WriteText(1);
     }
+    return next;
 }
 
-// Takes an integer or a boolean as CheckQuotedText takes a string; the type is null if there is neither.
-inline EType DocumentReader::CheckWord()
+// Takes the word if it is there; otherwise the place stays.
+inline const WChar* DocumentReader::TakeWord(const WChar* next, WStringView word) const noexcept
 {
-    const WChar unit = PeekUnit();
+    return WStringView(next, m_end).starts_with(word) ? next + word.size() : next;
+}
+
+// Takes a string, an integer or a boolean; the type is null if there is none. Of a string that no
+// quote ends just the opening quote is taken, and what stands behind it may be a value.
+inline EType DocumentReader::TakeScalar(const WChar*& next)
+{
+    WChar unit = GetUnit(next);
+    if (unit == '"')
+    {
+        ++next;
+        if (const WChar* const behind = TakeText(next))
+        {
+            next = behind;
+            return EType::String;
+        }
+        next = SkipToToken(next);
+        unit = GetUnit(next);
+    }
     if (Utilities::IsDigit(unit) || unit == '+' || unit == '-')
     {
-        TakeInteger();
+        next = TakeInteger(next);
         return EType::Integer;
     }
-    if (unit == 't' || unit == 'f')
+    const WStringView word = unit == 't' ? WStringView("true"_w) : WStringView("false"_w);
+    const WChar* const begin = std::exchange(next, TakeWord(next, word));
+    if (next == begin)
     {
-        const WStringView word = unit == 't' ? WStringView("true"_w) : WStringView("false"_w);
-        if (CheckString(word))
-        {
-            std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
-            m_builder.WriteText(word.size());
-            return EType::Boolean;
-        }
+        return EType::Null;
     }
-    return EType::Null;
+    std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
+    m_builder.WriteText(word.size());
+    return EType::Boolean;
 }
 
 // Duplicate keys are looked for when an object closes, so a fault that is found earlier asks for the
@@ -211,81 +203,87 @@ DocumentReader::Step DocumentReader::Run(Step step)
 
 DocumentReader::Step DocumentReader::ReadMembers()
 {
-    do
+    for (const WChar* next = m_next;; ++next)
     {
-        if (!CheckQuotedText())
+        next = SkipToToken(next);
+        if (GetUnit(next) != '"')
         {
-            return Step::EndOfObject;
+            return GoOn(next, Step::EndOfObject);
+        }
+        const WChar* const behind = TakeText(++next);
+        if (behind == nullptr)
+        {
+            return GoOn(next, Step::EndOfObject);
         }
         m_builder.AddKey();
-        if (!CheckUnit(':'))
+        next = SkipToToken(behind);
+        if (GetUnit(next) != ':')
         {
-            return Step::Failure;
+            return GoOn(next, Step::Failure);
         }
-        switch (PeekUnit())
+        next = SkipToToken(next + 1);
+        switch (GetUnit(next))
         {
         case '{':
-            ++m_next;
             m_builder.OpenObject();
-            return Step::Member;
+            return GoOn(next + 1, Step::Member);
         case '[':
-            ++m_next;
             m_builder.OpenArray();
-            return Step::Element;
+            return GoOn(next + 1, Step::Element);
         default:
-            ReadScalar();
+            next = SkipToToken(ReadScalar(next));
         }
-    } while (CheckUnit(','));
-    return Step::EndOfObject;
+        if (GetUnit(next) != ',')
+        {
+            return GoOn(next, Step::EndOfObject);
+        }
+    }
 }
 
 // A value that is missing is no fault.
-inline void DocumentReader::ReadScalar()
+inline const WChar* DocumentReader::ReadScalar(const WChar* next)
 {
-    if (CheckQuotedText())
-    {
-        m_builder.SetText(EType::String);
-    }
-    else if (const EType type = CheckWord(); type != EType::Null)
+    if (const EType type = TakeScalar(next); type != EType::Null)
     {
         m_builder.SetText(type);
+        return next;
     }
-    else if (CheckString("null"_w))
+    const WChar* const behind = TakeWord(next, "null"_w);
+    if (behind != next)
     {
         m_builder.SetNull();
     }
+    return behind;
 }
 
 // So is an element that is missing.
 DocumentReader::Step DocumentReader::ReadElements()
 {
-    do
+    const WChar* next = m_next;
+    for (;; ++next)
     {
-        if (CheckQuotedText())
-        {
-            m_builder.AddText(EType::String);
-        }
-        else if (const EType type = CheckWord(); type != EType::Null)
+        next = SkipToToken(next);
+        if (const EType type = TakeScalar(next); type != EType::Null)
         {
             m_builder.AddText(type);
         }
-        else if (CheckUnit('{'))
+        else if (GetUnit(next) == '{')
         {
             m_builder.OpenObject();
-            return Step::Member;
+            return GoOn(next + 1, Step::Member);
         }
-    } while (CheckUnit(','));
-    return Step::EndOfArray;
+        next = SkipToToken(next);
+        if (GetUnit(next) != ',')
+        {
+            return GoOn(next, Step::EndOfArray);
+        }
+    }
 }
 
 DocumentReader::Step DocumentReader::ReadEndOfArray()
 {
     m_builder.CloseArray();
-    if (!CheckUnit(']'))
-    {
-        return Step::Failure;
-    }
-    return CheckUnit(',') ? Step::Member : Step::EndOfObject;
+    return CheckUnit(']') ? ReadSeparator(Step::Member, Step::EndOfObject) : Step::Failure;
 }
 
 DocumentReader::Step DocumentReader::ReadEndOfObject()
@@ -304,10 +302,29 @@ DocumentReader::Step DocumentReader::ReadEndOfObject()
     if (isInArray)
     {
         m_builder.AddObject(std::move(object));
-        return CheckUnit(',') ? Step::Element : Step::EndOfArray;
+        return ReadSeparator(Step::Element, Step::EndOfArray);
     }
     m_builder.SetObject(std::move(object));
-    return CheckUnit(',') ? Step::Member : Step::EndOfObject;
+    return ReadSeparator(Step::Member, Step::EndOfObject);
+}
+
+bool DocumentReader::CheckUnit(WChar unit) noexcept
+{
+    m_next = SkipToToken(m_next);
+    const bool isThere = GetUnit(m_next) == unit;
+    m_next += isThere ? 1 : 0;
+    return isThere;
+}
+
+DocumentReader::Step DocumentReader::ReadSeparator(Step next, Step end) noexcept
+{
+    return CheckUnit(',') ? next : end;
+}
+
+inline DocumentReader::Step DocumentReader::GoOn(const WChar* next, Step step) noexcept
+{
+    m_next = next;
+    return step;
 }
 
 } // namespace Quoll::Json

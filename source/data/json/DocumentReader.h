@@ -38,20 +38,22 @@ private:
 
     Step Run(Step step);
     Step ReadMembers();
-    void ReadScalar();
     Step ReadElements();
     Step ReadEndOfArray();
     Step ReadEndOfObject();
-
-    WChar PeekUnit() noexcept;
+    Step ReadSeparator(Step next, Step end) noexcept;
+    Step GoOn(const WChar* next, Step step) noexcept;
     bool CheckUnit(WChar unit) noexcept;
-    bool CheckString(WStringView text) noexcept;
-    bool CheckQuotedText();
-    bool TakeText();
-    bool TakeLongText();
-    bool TakeRareText();
-    EType CheckWord();
-    void TakeInteger();
+
+    const WChar* SkipToToken(const WChar* next) const noexcept;
+    WChar GetUnit(const WChar* next) const noexcept;
+    const WChar* TakeText(const WChar* next);
+    const WChar* TakeLongText(const WChar* begin);
+    const WChar* TakeRareText(const WChar* begin);
+    const WChar* TakeInteger(const WChar* next);
+    const WChar* TakeWord(const WChar* next, WStringView word) const noexcept;
+    EType TakeScalar(const WChar*& next);
+    const WChar* ReadScalar(const WChar* next);
 
     const WChar* const m_begin;
     const WChar* m_next;

@@ -57,16 +57,24 @@ public:
     {
         return m_items + m_size;
     }
-    template<class... Arguments>
-    Type& Push(Arguments&&... arguments)
+    Type& Push(Type item)
     {
         if (m_size == m_capacity)
         {
             Grow(1);
         }
-        Type* const item = std::construct_at(m_items + m_size, std::forward<Arguments>(arguments)...);
-        ++m_size;
-        return *item;
+        std::construct_at(m_items + m_size, std::move(item));
+        return m_items[m_size++];
+    }
+    // An item without a value yet.
+    Type& Push()
+        requires std::is_trivially_default_constructible_v<Type>
+    {
+        if (m_size == m_capacity)
+        {
+            Grow(1);
+        }
+        return *new (m_items + m_size++) Type;
     }
     // Room for so many more items behind the last.
     Type* Reserve(std::size_t count)
