@@ -275,11 +275,13 @@ private:
     DataValue& Add(WStringView key);
     value_type* LowerBoundRead(WStringView key) const noexcept;
 
-    // Entries that were read lie in order, with their keys, in shared memory that the reference keeps. The keys of
-    // the others are arrays of their own.
+    // Entries that were read lie in order, with their keys and objects, in shared memory that the reference keeps. The
+    // keys of the others are arrays of their own.
     Detail::ChunkReference m_chunk;
     value_type* m_read = nullptr;
     size_type m_readCount = 0;
+    std::shared_ptr<DataObject>* m_readObjects = nullptr;
+    size_type m_readObjectCount = 0;
     std::unique_ptr<Added> m_added; // made for the first
 };
 

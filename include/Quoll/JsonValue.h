@@ -102,6 +102,14 @@ public:
     /// Objects of an array.
     using ObjectList = std::vector<std::shared_ptr<DataObject>>;
 
+private:
+    struct Lists
+    {
+        StringList values;
+        ObjectList objects;
+    };
+
+public:
     /// A null value.
     DataValue() noexcept = default;
     /// A deep copy.
@@ -115,9 +123,9 @@ public:
     DataValue& operator=(DataValue&& other);
     ~DataValue()
     {
-        if (OwnsMemory())
+        if (const Lists* lists = m_lists.load(std::memory_order_acquire))
         {
-            Destroy();
+            Delete(lists);
         }
     }
 
@@ -237,12 +245,6 @@ private:
     friend class DocumentBuilder;
     friend class ValueContent;
 
-    struct Lists
-    {
-        StringList values;
-        ObjectList objects;
-    };
-
     // How a value keeps what was read, in memory of the object that it belongs to.
     enum class Form : std::uint8_t
     {
@@ -252,12 +254,19 @@ private:
         Objects
     };
 
-    // Most values that were read, and never asked for strings, own nothing.
-    bool OwnsMemory() const noexcept
+    const WChar* GetReadText() const noexcept
     {
-        return m_form == Form::Objects || m_lists.load(std::memory_order_acquire) != nullptr;
+        return static_cast<const WChar*>(m_read);
     }
-    void Destroy() noexcept;
+    const WStringView* GetReadTexts() const noexcept
+    {
+        return static_cast<const WStringView*>(m_read);
+    }
+    std::shared_ptr<DataObject>* GetReadObjects() const noexcept
+    {
+        return static_cast<std::shared_ptr<DataObject>*>(m_read);
+    }
+    static void Delete(const Lists* lists) noexcept;
     const Lists& GetLists() const;
     Lists& EditLists();
     void ClearLists() noexcept;
@@ -270,12 +279,8 @@ private:
 
     // What the value holds, as soon as somebody asked for strings or changed it.
     mutable std::atomic<Lists*> m_lists = nullptr;
-    // What was read, as long as it wasn't changed.
-    union {
-        const WChar* m_readText = nullptr;
-        const WStringView* m_readTexts;
-        std::shared_ptr<DataObject>* m_readObjects;
-    };
+    // What was read, as long as it wasn't changed: units, views or shared pointers. It is the object's.
+    void* m_read = nullptr;
     std::uint32_t m_readSize = 0; // of the text, or of the array
     Form m_form = Form::Nothing;
     EType m_type = EType::Null;

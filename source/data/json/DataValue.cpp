@@ -83,10 +83,9 @@ DataValue& DataValue::operator=(DataValue&& other)
     return *this;
 }
 
-void DataValue::Destroy() noexcept
+void DataValue::Delete(const Lists* lists) noexcept
 {
-    DropRead();
-    delete m_lists.load(std::memory_order_acquire);
+    delete lists;
 }
 
 // Into a null value.
@@ -326,11 +325,11 @@ void DataValue::ClearLists() noexcept
 
 void DataValue::DropRead() noexcept
 {
-    if (m_form == Form::Objects)
+    const Form form = std::exchange(m_form, Form::Nothing);
+    for (std::size_t i = 0; form == Form::Objects && i < m_readSize; ++i)
     {
-        std::destroy_n(m_readObjects, m_readSize);
+        GetReadObjects()[i].reset();
     }
-    m_form = Form::Nothing;
 }
 
 } // namespace Quoll::Json

@@ -32,42 +32,36 @@ Dismantling::~Dismantling()
     t_outermost = nullptr;
 }
 
+inline void Dismantling::CollectLists(DataValue& value) noexcept
+{
+    DataValue::Lists* const lists = value.m_lists.load(std::memory_order_acquire);
+    if (lists == nullptr)
+    {
+        return;
+    }
+    value.DropRead(); // the lists have the same objects
+    for (std::shared_ptr<DataObject>& object : lists->objects)
+    {
+        Collect(object);
+    }
+}
+
 void Dismantling::Collect(ValueMap& values) noexcept
 {
     for (std::size_t i = 0; i < values.m_readCount; ++i)
     {
-        if (values.m_read[i].second.OwnsMemory())
-        {
-            Collect(values.m_read[i].second);
-        }
+        CollectLists(values.m_read[i].second);
+    }
+    for (std::size_t i = 0; i < values.m_readObjectCount; ++i)
+    {
+        Collect(values.m_readObjects[i]);
     }
     if (values.m_added != nullptr)
     {
         for (auto& [key, value] : *values.m_added)
         {
-            Collect(value);
+            CollectLists(value);
         }
-    }
-}
-
-void Dismantling::Collect(DataValue& value) noexcept
-{
-    DataValue::Lists* const lists = value.m_lists.load(std::memory_order_acquire);
-    if (lists != nullptr)
-    {
-        value.DropRead(); // the lists have the same objects
-        for (std::shared_ptr<DataObject>& object : lists->objects)
-        {
-            Collect(object);
-        }
-    }
-    else if (value.m_form == DataValue::Form::Objects)
-    {
-        for (std::size_t i = 0; i < value.m_readSize; ++i)
-        {
-            Collect(value.m_readObjects[i]);
-        }
-        value.DropRead();
     }
 }
 

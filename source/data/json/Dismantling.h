@@ -20,7 +20,7 @@ public:
     void Collect(ValueMap& values) noexcept;
 
 private:
-    void Collect(DataValue& value) noexcept;
+    void CollectLists(DataValue& value) noexcept;
     void Collect(std::shared_ptr<DataObject>& object) noexcept;
     void HandOverTo(Dismantling& other) noexcept;
 

@@ -15,9 +15,6 @@ namespace
 // Of twice that many bytes per unit of text, most documents need less.
 constexpr std::size_t ExpectedBytesPerUnit = 6;
 
-// Beyond that a value keeps lists.
-constexpr std::size_t MaxReadSize = std::numeric_limits<std::uint32_t>::max();
-
 // How many units of a key make its order. They can be read behind a shorter key too.
 constexpr std::size_t OrderUnits = 4;
 
@@ -147,32 +144,45 @@ void DocumentBuilder::CheckDuplicate(const SortedMember& before, const SortedMem
     }
 }
 
-// The object, its entries and their texts lie one behind the other.
+// The object, its entries, and what they hold lie one behind the other.
 std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
 {
-    using Detail::Chunk;
     using Allocator = Detail::ChunkAllocator<DataObject>;
     const std::size_t objects = m_objects.GetSize() - level.firstObject;
     const std::size_t texts = m_texts.GetSize() - level.firstText;
     const std::size_t units = m_units.GetSize() - level.firstUnit;
-    const std::size_t size = Chunk::RoundUp(m_sorted.GetSize() * sizeof(ValueMap::value_type) +
-                                            objects * sizeof(std::shared_ptr<DataObject>) +
-                                            texts * sizeof(WStringView) + units * sizeof(WChar));
-    Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + size);
+    const std::size_t size = m_sorted.GetSize() * sizeof(ValueMap::value_type) +
+                             objects * sizeof(std::shared_ptr<DataObject>) + texts * sizeof(WStringView) +
+                             units * sizeof(WChar);
+    Detail::Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + Detail::Chunk::RoundUp(size));
     std::shared_ptr<DataObject> object = std::allocate_shared<DataObject>(Allocator(chunk));
     if (m_sorted.GetSize() > 0)
     {
         ValueMap& map = object->m_values;
         map.m_chunk.Borrow(chunk);
         map.m_read = static_cast<ValueMap::value_type*>(chunk.TakeMore(size));
-        m_nextObject = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + m_sorted.GetSize());
-        m_nextText = reinterpret_cast<WStringView*>(m_nextObject + objects);
-        auto* const copies = reinterpret_cast<WChar*>(m_nextText + texts);
+        map.m_readObjects = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + m_sorted.GetSize());
+        map.m_readObjectCount = objects;
+        std::uninitialized_move_n(m_objects.begin() + level.firstObject, objects, map.m_readObjects);
+        auto* const views = reinterpret_cast<WStringView*>(map.m_readObjects + objects);
+        auto* const copies = reinterpret_cast<WChar*>(views + texts);
         std::memcpy(copies, m_units.begin() + level.firstUnit, units * sizeof(WChar));
-        m_copies = copies - level.firstUnit;
+        SetPlace(DataValue::Form::Text, copies, level.firstUnit);
+        SetPlace(DataValue::Form::Texts, views, level.firstText);
+        SetPlace(DataValue::Form::Objects, map.m_readObjects, level.firstObject);
+        for (std::size_t i = 0; i < texts; ++i)
+        {
+            std::construct_at(views + i, GetCopy(m_texts[level.firstText + i]));
+        }
         FillEntries(map);
     }
     return object;
+}
+
+template<class Item>
+void DocumentBuilder::SetPlace(DataValue::Form form, Item* items, std::size_t first) noexcept
+{
+    m_places[static_cast<std::size_t>(form)] = {reinterpret_cast<std::byte*>(items), first, sizeof(Item)};
 }
 
 void DocumentBuilder::FillEntries(ValueMap& map)
@@ -206,87 +216,53 @@ void DocumentBuilder::FillEntries(ValueMap& map)
 
 void DocumentBuilder::FillValue(const Member& member, DataValue& value)
 {
-    switch (member.kind)
-    {
-    case Kind::Text:
-        value.m_type = member.type;
-        FillText(GetCopy(member.text), value);
-        break;
-    case Kind::Object:
-        value.m_type = EType::Object;
-        FillObjects(member, value);
-        break;
-    case Kind::Array:
-        value.m_type = member.type;
-        value.m_isArray = true;
-        FillArray(member, value);
-        break;
-    default:
-        break;
-    }
-}
-
-void DocumentBuilder::FillText(WStringView text, DataValue& value)
-{
-    if (text.size() > MaxReadSize)
-    {
-        value.EditLists().values.emplace_back(text);
-        return;
-    }
-    value.m_readText = text.data();
-    value.m_readSize = static_cast<std::uint32_t>(text.size());
-    value.m_form = DataValue::Form::Text;
-}
-
-void DocumentBuilder::FillArray(const Member& member, DataValue& value)
-{
-    const bool hasBoth = member.textCount > 0 && member.objectCount > 0;
-    if (hasBoth || std::max(member.textCount, member.objectCount) > MaxReadSize)
+    value.m_read = m_places[static_cast<std::size_t>(member.form)].Find(member.begin);
+    value.m_readSize = static_cast<std::uint32_t>(member.size);
+    value.m_form = member.form;
+    value.m_type = member.type;
+    value.m_isArray = member.isArray;
+    if (member.needsLists)
     {
         FillLists(member, value);
     }
-    else if (member.objectCount > 0)
-    {
-        FillObjects(member, value);
-    }
-    else if (member.textCount > 0)
-    {
-        value.m_readTexts = m_nextText;
-        value.m_readSize = static_cast<std::uint32_t>(member.textCount);
-        value.m_form = DataValue::Form::Texts;
-        for (std::size_t i = 0; i < member.textCount; ++i)
-        {
-            std::construct_at(m_nextText++, GetCopy(m_texts[member.firstText + i]));
-        }
-    }
 }
 
-void DocumentBuilder::FillObjects(const Member& member, DataValue& value)
-{
-    value.m_readObjects = m_nextObject;
-    value.m_readSize = static_cast<std::uint32_t>(member.objectCount);
-    value.m_form = DataValue::Form::Objects;
-    m_nextObject =
-        std::uninitialized_move_n(m_objects.begin() + member.firstObject, member.objectCount, m_nextObject).second;
-}
-
-// What has no short form.
 void DocumentBuilder::FillLists(const Member& member, DataValue& value)
 {
+    value.m_form = DataValue::Form::Nothing;
     DataValue::Lists& lists = value.EditLists();
+    if (member.kind == Kind::Text)
+    {
+        lists.values.emplace_back(GetCopy({member.begin, member.size}));
+        return;
+    }
     for (std::size_t i = 0; i < member.textCount; ++i)
     {
-        lists.values.emplace_back(GetCopy(m_texts[member.firstText + i]));
+        lists.values.emplace_back(GetText(member.firstText + i));
     }
-    const auto first = m_objects.begin() + member.firstObject;
-    lists.objects.insert(lists.objects.end(), std::make_move_iterator(first),
-                         std::make_move_iterator(first + member.objectCount));
+    for (std::size_t i = 0; i < member.objectCount; ++i)
+    {
+        lists.objects.push_back(std::move(GetObject(member.firstObject + i)));
+    }
 }
 
-// The text in the memory of the object that closes.
+// A text in the memory of the object that closes.
 WStringView DocumentBuilder::GetCopy(const Text& text) const noexcept
 {
-    return {m_copies + text.begin, text.size};
+    const Place& place = m_places[static_cast<std::size_t>(DataValue::Form::Text)];
+    return {static_cast<const WChar*>(place.Find(text.begin)), text.size};
+}
+
+// A text of an array.
+WStringView DocumentBuilder::GetText(std::size_t index) const noexcept
+{
+    return *static_cast<const WStringView*>(m_places[static_cast<std::size_t>(DataValue::Form::Texts)].Find(index));
+}
+
+std::shared_ptr<DataObject>& DocumentBuilder::GetObject(std::size_t index) const noexcept
+{
+    const Place& place = m_places[static_cast<std::size_t>(DataValue::Form::Objects)];
+    return *static_cast<std::shared_ptr<DataObject>*>(place.Find(index));
 }
 
 // Does to the value of the same key before what reading this one does.
@@ -300,10 +276,10 @@ void DocumentBuilder::Apply(const Member& member, DataValue& value)
         value.SetNull();
         break;
     case Kind::Text:
-        value.SetValue(WString(GetCopy(member.text)), member.type);
+        value.SetValue(WString(GetCopy({member.begin, member.size})), member.type);
         break;
     case Kind::Object:
-        value.SetObject(std::move(m_objects[member.firstObject]));
+        value.SetObject(std::move(GetObject(member.begin)));
         break;
     case Kind::Array:
         ApplyArray(member, value);
@@ -324,11 +300,11 @@ void DocumentBuilder::ApplyArray(const Member& member, DataValue& value)
     {
         for (std::size_t i = 0; areObjects && i < member.objectCount; ++i)
         {
-            value.AddObject(std::move(m_objects[member.firstObject + i]));
+            value.AddObject(std::move(GetObject(member.firstObject + i)));
         }
         for (std::size_t i = 0; !areObjects && i < member.textCount; ++i)
         {
-            value.AddText(WString(GetCopy(m_texts[member.firstText + i])), member.textType);
+            value.AddText(WString(GetText(member.firstText + i)), member.textType);
         }
     }
 }

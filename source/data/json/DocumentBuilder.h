@@ -5,7 +5,9 @@
 #include "data/json/Chunk.h"
 #include "data/json/Stack.h"
 
+#include <array>
 #include <cstdint>
+#include <limits>
 
 namespace Quoll::Json
 {
@@ -27,7 +29,7 @@ public:
     void DropText() noexcept;
     void AddKey();
     // The value of the key added last. A key without a value is dropped in the end.
-    void SetText(EType type);
+    void SetText(EType type) noexcept;
     void SetNull() noexcept;
     void SetObject(std::shared_ptr<DataObject> object);
     void OpenArray() noexcept;
@@ -66,16 +68,21 @@ private:
         std::size_t size;
     };
 
-    // What isn't set by a kind has no meaning for it.
     struct Member
     {
         Text key;
         Kind kind;
-        EType type;     // that of the whole value
-        EType textType; // that of the first text of an array
-        std::size_t textCount;
-        Text text; // of a scalar
+        // As the value will have it. What it holds is a text, or the texts or objects from a place on.
+        DataValue::Form form;
+        EType type;
+        bool isArray;
+        bool needsLists; // since it has no such form
+        std::size_t begin;
+        std::size_t size;
+        // Of an array.
+        EType textType; // that of the first text
         std::size_t firstText;
+        std::size_t textCount;
         std::size_t firstObject;
         std::size_t objectCount;
     };
@@ -97,7 +104,11 @@ private:
 
     static constexpr std::size_t MaxRankedMembers = 16;
 
+    // Beyond that a value keeps lists.
+    static constexpr std::size_t MaxReadSize = std::numeric_limits<std::uint32_t>::max();
+
     Text TakeText() noexcept;
+    void SetContent(Kind kind, EType type, DataValue::Form form, const Text& place) noexcept;
     void SortMembers(std::size_t first, std::size_t last);
     bool RankMembers(std::size_t first, std::size_t count, SortedMember* sorted);
     void CheckDuplicate(const SortedMember& before, const SortedMember& member);
@@ -107,13 +118,14 @@ private:
     std::shared_ptr<DataObject> MakeObject(const Level& level);
     void FillEntries(ValueMap& map);
     void FillValue(const Member& member, DataValue& value);
-    void FillText(WStringView text, DataValue& value);
-    void FillArray(const Member& member, DataValue& value);
-    void FillObjects(const Member& member, DataValue& value);
     void FillLists(const Member& member, DataValue& value);
     void Apply(const Member& member, DataValue& value);
     void ApplyArray(const Member& member, DataValue& value);
+    template<class Item>
+    void SetPlace(DataValue::Form form, Item* items, std::size_t first) noexcept;
     WStringView GetCopy(const Text& text) const noexcept;
+    WStringView GetText(std::size_t index) const noexcept;
+    std::shared_ptr<DataObject>& GetObject(std::size_t index) const noexcept;
 
     bool m_allowDuplicates;
     Detail::ChunkSource m_chunks;
@@ -124,10 +136,19 @@ private:
     Stack<Text, 32> m_texts;
     Stack<std::shared_ptr<DataObject>, 16> m_objects;
     Stack<SortedMember, 32> m_sorted;
-    // Of the object that closes: where its objects and texts go, and the copy of m_units as if there were all.
-    std::shared_ptr<DataObject>* m_nextObject = nullptr;
-    WStringView* m_nextText = nullptr;
-    const WChar* m_copies = nullptr;
+    // Where the object that closes has what the values hold, by their forms.
+    struct Place
+    {
+        std::byte* memory = nullptr;
+        std::size_t first = 0; // what stands there
+        std::size_t itemSize = 0;
+
+        void* Find(std::size_t index) const noexcept
+        {
+            return memory + (index - first) * itemSize;
+        }
+    };
+    std::array<Place, 4> m_places;
 };
 
 inline void DocumentBuilder::OpenObject()
@@ -165,25 +186,31 @@ inline void DocumentBuilder::AddKey()
     member.kind = Kind::Missing;
 }
 
-inline void DocumentBuilder::SetText(EType type)
+inline void DocumentBuilder::SetContent(Kind kind, EType type, DataValue::Form form, const Text& place) noexcept
 {
     Member& member = m_members.GetTop();
-    member.text = TakeText();
-    member.kind = Kind::Text;
+    member.kind = kind;
+    member.form = form;
     member.type = type;
+    member.isArray = kind == Kind::Array;
+    member.needsLists = place.size > MaxReadSize;
+    member.begin = place.begin;
+    member.size = place.size;
+}
+
+inline void DocumentBuilder::SetText(EType type) noexcept
+{
+    SetContent(Kind::Text, type, DataValue::Form::Text, TakeText());
 }
 
 inline void DocumentBuilder::SetNull() noexcept
 {
-    m_members.GetTop().kind = Kind::Null;
+    SetContent(Kind::Null, EType::Null, DataValue::Form::Nothing, {});
 }
 
 inline void DocumentBuilder::SetObject(std::shared_ptr<DataObject> object)
 {
-    Member& member = m_members.GetTop();
-    member.firstObject = m_objects.GetSize();
-    member.objectCount = 1;
-    member.kind = Kind::Object;
+    SetContent(Kind::Object, EType::Object, DataValue::Form::Objects, {m_objects.GetSize(), 1});
     m_objects.Push(std::move(object));
 }
 
@@ -191,7 +218,7 @@ inline void DocumentBuilder::OpenArray() noexcept
 {
     Member& member = m_members.GetTop();
     member.kind = Kind::Array;
-    member.type = EType::Null;
+    member.type = EType::EmptyArray;
     member.firstText = m_texts.GetSize();
     member.textCount = 0;
     member.firstObject = m_objects.GetSize();
@@ -222,9 +249,14 @@ inline void DocumentBuilder::AddObject(std::shared_ptr<DataObject> object)
 inline void DocumentBuilder::CloseArray() noexcept
 {
     Member& member = m_members.GetTop();
-    if (member.type == EType::Null)
+    if (member.objectCount == 0)
     {
-        member.type = EType::EmptyArray;
+        SetContent(Kind::Array, member.type, DataValue::Form::Texts, {member.firstText, member.textCount});
+    }
+    else
+    {
+        SetContent(Kind::Array, member.type, DataValue::Form::Objects, {member.firstObject, member.objectCount});
+        member.needsLists = member.needsLists || member.textCount > 0;
     }
 }
 

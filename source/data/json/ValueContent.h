@@ -46,16 +46,16 @@ inline ValueContent::ValueContent(const DataValue& value) noexcept
     switch (value.m_form)
     {
     case DataValue::Form::Text:
-        m_text = WStringView(value.m_readText, value.m_readSize);
+        m_text = WStringView(value.GetReadText(), value.m_readSize);
         m_views = &m_text;
         m_textCount = 1;
         break;
     case DataValue::Form::Texts:
-        m_views = value.m_readTexts;
+        m_views = value.GetReadTexts();
         m_textCount = value.m_readSize;
         break;
     case DataValue::Form::Objects:
-        m_objects = value.m_readObjects;
+        m_objects = value.GetReadObjects();
         m_objectCount = value.m_readSize;
         break;
     case DataValue::Form::Nothing:

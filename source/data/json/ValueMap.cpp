@@ -14,6 +14,8 @@ ValueMap::ValueMap(ValueMap&& other) noexcept
     : m_chunk(std::move(other.m_chunk))
     , m_read(std::exchange(other.m_read, nullptr))
     , m_readCount(std::exchange(other.m_readCount, 0))
+    , m_readObjects(std::exchange(other.m_readObjects, nullptr))
+    , m_readObjectCount(std::exchange(other.m_readObjectCount, 0))
     , m_added(std::move(other.m_added))
 {
 }
@@ -33,6 +35,7 @@ ValueMap& ValueMap::operator=(ValueMap&& other) noexcept
 ValueMap::~ValueMap()
 {
     std::destroy_n(m_read, m_readCount);
+    std::destroy_n(m_readObjects, m_readObjectCount);
     if (m_added != nullptr)
     {
         for (const auto& entry : *m_added)
