@@ -22,6 +22,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -99,7 +100,7 @@ public:
 /// The entries of an object, ordered by the units of their keys: a read-only map of key to value,
 /// with the standard's names.
 ///
-/// Looking a key up takes logarithmic time. Iterators are good until a key is added.
+/// Looking a key up takes logarithmic time. Iterators are good until a key is added, or the map moves.
 class QUOLL_API ValueMap
 {
 public:
@@ -236,6 +237,16 @@ public:
     {
         return {*this, m_read + m_readCount, m_added != nullptr ? m_added->end() : Added::const_iterator()};
     }
+    /// The same as begin().
+    const_iterator cbegin() const noexcept
+    {
+        return begin();
+    }
+    /// The same as end().
+    const_iterator cend() const noexcept
+    {
+        return end();
+    }
     /// The entry of the greatest key.
     const_reverse_iterator rbegin() const noexcept
     {
@@ -353,6 +364,11 @@ public:
     void SetValue(WStringView key, WString text);
     /// Makes the value an array of the texts.
     void SetValue(WStringView key, StringList texts);
+    /// Makes the value an array of the texts.
+    void SetValue(WStringView key, std::initializer_list<WString> texts)
+    {
+        SetValue(key, StringList(texts));
+    }
     /// DataValue::SetNull of the key.
     void SetNullValue(WStringView key);
     /// DataValue::SetObject of the key.

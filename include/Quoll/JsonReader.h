@@ -110,7 +110,8 @@ public:
     /// A reader of which Parse may be called again and again.
     explicit JsonReader(bool allowDuplicates);
     /// Decode by a reader that goes on: behind the root object the lexer's operations take what
-    /// follows it, and HasError tells whether there was no document.
+    /// follows it, and HasError tells whether there was no document. Each call begins
+    /// anew, behind one that threw as well.
     std::shared_ptr<DataObject> Parse(const WString& text);
 
 private:

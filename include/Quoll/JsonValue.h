@@ -115,7 +115,8 @@ public:
     /// A deep copy.
     DataValue(const DataValue& other);
     /// Takes the content; `other` is a null value afterwards. Copies texts that were read and never
-    /// changed, since they are their object's.
+    /// changed, since they are their object's, and so may throw std::bad_alloc: a std::vector of values
+    /// copies them when it grows.
     DataValue(DataValue&& other);
     /// A deep copy in place of what was there; unchanged if memory runs out.
     DataValue& operator=(const DataValue& other);
@@ -132,12 +133,12 @@ public:
     /// Whether this is an array.
     bool IsArray() const noexcept
     {
-        return m_isArray;
+        return m_shape.isArray;
     }
     /// Whether the type is `Null`, be it an array or not.
     bool IsNullValue() const noexcept
     {
-        return m_type == EType::Null;
+        return m_shape.type == EType::Null;
     }
     /// True for the type `EmptyArray`; for `Object` whether there is no object, otherwise whether
     /// there is no text (an empty text is one).
@@ -145,37 +146,37 @@ public:
     /// Whether the type is `EmptyArray`, in an array.
     bool IsEmptyArrayValue() const noexcept
     {
-        return m_type == EType::EmptyArray && m_isArray;
+        return m_shape.type == EType::EmptyArray && m_shape.isArray;
     }
     /// Whether this is a text.
     bool IsStringValue() const noexcept
     {
-        return m_type == EType::String && !m_isArray;
+        return m_shape.type == EType::String && !m_shape.isArray;
     }
     /// Whether this is an integer.
     bool IsIntValue() const noexcept
     {
-        return m_type == EType::Integer && !m_isArray;
+        return m_shape.type == EType::Integer && !m_shape.isArray;
     }
     /// Whether this is a boolean.
     bool IsBoolean() const noexcept
     {
-        return m_type == EType::Boolean && !m_isArray;
+        return m_shape.type == EType::Boolean && !m_shape.isArray;
     }
     /// Whether this is an object.
     bool IsObject() const noexcept
     {
-        return m_type == EType::Object && !m_isArray;
+        return m_shape.type == EType::Object && !m_shape.isArray;
     }
     /// Whether this is an array of texts.
     bool IsStringArray() const noexcept
     {
-        return m_type == EType::String && m_isArray;
+        return m_shape.type == EType::String && m_shape.isArray;
     }
     /// Whether this is an array of objects.
     bool IsObjectArray() const noexcept
     {
-        return m_type == EType::Object && m_isArray;
+        return m_shape.type == EType::Object && m_shape.isArray;
     }
 
     /// The first text, whatever the type. An empty text for an array, or if there is none. The
@@ -254,6 +255,14 @@ private:
         Objects
     };
 
+    struct Shape
+    {
+        std::uint32_t readSize; // of the text, or of the array
+        Form form;
+        EType type;
+        bool isArray;
+    };
+
     const WChar* GetReadText() const noexcept
     {
         return static_cast<const WChar*>(m_read);
@@ -281,10 +290,7 @@ private:
     mutable std::atomic<Lists*> m_lists = nullptr;
     // What was read, as long as it wasn't changed: units, views or shared pointers. It is the object's.
     void* m_read = nullptr;
-    std::uint32_t m_readSize = 0; // of the text, or of the array
-    Form m_form = Form::Nothing;
-    EType m_type = EType::Null;
-    bool m_isArray = false;
+    Shape m_shape = {0, Form::Nothing, EType::Null, false};
 };
 
 } // namespace Quoll::Json

@@ -97,6 +97,13 @@ public:
     void WriteProperty(WStringView name, unsigned value);
     /// Writes a decimal number.
     void WriteProperty(WStringView name, std::uint64_t value);
+    /// Writes a decimal number: the platform's own names of the unsigned types mean others elsewhere.
+    template<class Number>
+        requires std::same_as<Number, unsigned long> || std::same_as<Number, unsigned long long>
+    void WriteProperty(WStringView name, Number value)
+    {
+        WriteProperty(name, static_cast<std::uint64_t>(value));
+    }
     /// WriteBooleanProperty is for these.
     void WriteProperty(WStringView name, std::same_as<bool> auto value) = delete;
     /// Writes true or false.

@@ -206,6 +206,20 @@ TEST(JsonObject, CopiesShareNothing)
     EXPECT_EQ(copy.GetStringValue("o"_w), "old"_w);
 }
 
+// A ring mustn't be made, but breaking one is safe.
+TEST(JsonObject, MayBeReleasedByOneOfItsValues)
+{
+    for (const bool wasRead : {false, true})
+    {
+        auto object = wasRead ? Read(R"({"ring":[{},{}]})"_w) : std::make_shared<DataObject>();
+        DataValue& value = object->GetValue("ring"_w);
+        const std::weak_ptr<DataObject> watched = object;
+        value.AddObject(std::move(object));
+        value.SetNull();
+        EXPECT_TRUE(watched.expired());
+    }
+}
+
 // Neither reading nor copying, changing or destroying needs stack for each level.
 TEST(JsonObject, MayBeNestedAMillionDeep)
 {

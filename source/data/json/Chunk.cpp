@@ -13,22 +13,40 @@ namespace Quoll::Json::Detail
 namespace
 {
 
+// Small documents get what they need, messages of some length a middle size, and large documents share
+// chunks of the largest.
 constexpr std::size_t MinChunkSize = 512;
+constexpr std::size_t MaxSmallChunkSize = 1024;
+constexpr std::size_t MiddleChunkSize = 4 * 1024;
 constexpr std::size_t MaxChunkSize = 32 * 1024;
 
-// Holds 4 MiB at most.
-constinit ChunkStock g_stock;
+// They hold 64 KiB and 4 MiB at most.
+constinit ChunkStock<16> g_middleStock;
+constinit ChunkStock<128> g_largeStock;
+
+Chunk* TakeFromStock(std::size_t size) noexcept
+{
+    return size == MiddleChunkSize ? g_middleStock.Take() : size == MaxChunkSize ? g_largeStock.Take() : nullptr;
+}
+
+bool PutIntoStock(Chunk* chunk, std::size_t size) noexcept
+{
+    return size == MiddleChunkSize ? g_middleStock.Put(chunk) : size == MaxChunkSize && g_largeStock.Put(chunk);
+}
+
+constexpr std::size_t ChooseSize(std::size_t expected) noexcept
+{
+    const bool isMiddle = expected > MaxSmallChunkSize && expected <= MiddleChunkSize;
+    return isMiddle ? MiddleChunkSize : std::clamp(expected, MinChunkSize, MaxChunkSize);
+}
 
 } // namespace
 
 Chunk* Chunk::Make(std::size_t room)
 {
-    if (room == MaxChunkSize)
+    if (Chunk* const kept = TakeFromStock(room))
     {
-        if (Chunk* const kept = g_stock.Take())
-        {
-            return new (kept) Chunk(room);
-        }
+        return new (kept) Chunk(room);
     }
     if (room > std::numeric_limits<std::size_t>::max() / 2)
     {
@@ -42,9 +60,8 @@ void Chunk::Drop(std::int64_t references) noexcept
 {
     if (m_references.fetch_sub(references, std::memory_order_acq_rel) == references)
     {
-        const bool isStockSize = static_cast<std::size_t>(m_end - reinterpret_cast<std::byte*>(this)) ==
-                                 RoundUp(sizeof(Chunk)) + MaxChunkSize;
-        if (!isStockSize || !g_stock.Put(this))
+        const auto size = static_cast<std::size_t>(m_end - reinterpret_cast<std::byte*>(this));
+        if (!PutIntoStock(this, size - RoundUp(sizeof(Chunk))))
         {
             this->~Chunk();
             ::operator delete(this);
@@ -53,7 +70,7 @@ void Chunk::Drop(std::int64_t references) noexcept
 }
 
 ChunkSource::ChunkSource(std::size_t expected) noexcept
-    : m_size(std::clamp(expected, MinChunkSize, MaxChunkSize))
+    : m_size(ChooseSize(expected))
 {
 }
 

@@ -13,11 +13,10 @@ class Chunk;
 
 // Keeps a fixed number of chunks of one size, for all threads. It never waits: a thread that finds
 // others at work goes without.
+template<std::size_t Capacity>
 class ChunkStock
 {
 public:
-    static constexpr std::size_t Capacity = 128;
-
     // Null if there is none.
     Chunk* Take() noexcept
     {

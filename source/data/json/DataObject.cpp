@@ -27,6 +27,7 @@ IntegerToken MakeToken(Number value)
 DataObject::DataObject() noexcept = default;
 
 DataObject::DataObject(const DataObject& other)
+    : DataObject()
 {
     DeepCopy::Make(other, *this);
 }
@@ -152,9 +153,10 @@ void DataObject::SetValue(WStringView key, WString text)
 
 void DataObject::SetValue(WStringView key, StringList texts)
 {
-    DataValue& value = GetValue(key);
-    value.SetEmptyStringArray();
-    value.EditLists().values = std::move(texts);
+    DataValue array;
+    array.SetEmptyStringArray();
+    array.EditLists().values = std::move(texts);
+    GetValue(key) = std::move(array);
 }
 
 void DataObject::SetNullValue(WStringView key)
@@ -169,9 +171,10 @@ void DataObject::SetObject(WStringView key, std::shared_ptr<DataObject> object)
 
 void DataObject::SetObjectArray(WStringView key, ObjectList objects)
 {
-    DataValue& value = GetValue(key);
-    value.SetEmptyObjectArray();
-    value.EditLists().objects = std::move(objects);
+    DataValue array;
+    array.SetEmptyObjectArray();
+    array.EditLists().objects = std::move(objects);
+    GetValue(key) = std::move(array);
 }
 
 void DataObject::SetEmptyObjectArrayValue(WStringView key)

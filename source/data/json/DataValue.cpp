@@ -1,6 +1,7 @@
 #include "Quoll/JsonObject.h"
 #include "core/CharacterClass.h"
 #include "data/json/DeepCopy.h"
+#include "data/json/Dismantling.h"
 #include "data/json/Numbers.h"
 #include "data/json/ValueContent.h"
 
@@ -53,11 +54,13 @@ BooleanToken::BooleanToken(WString text)
 }
 
 DataValue::DataValue(const DataValue& other)
+    : DataValue()
 {
     DeepCopy::Make(other, *this);
 }
 
 DataValue::DataValue(DataValue&& other)
+    : DataValue()
 {
     Take(other);
 }
@@ -91,18 +94,18 @@ void DataValue::Delete(const Lists* lists) noexcept
 // Into a null value.
 void DataValue::Take(DataValue& other)
 {
-    if (other.m_form != Form::Nothing)
+    if (other.m_shape.form != Form::Nothing)
     {
         other.EditLists();
     }
     m_lists = other.m_lists.exchange(nullptr);
-    m_type = std::exchange(other.m_type, EType::Null);
-    m_isArray = std::exchange(other.m_isArray, false);
+    m_shape.type = std::exchange(other.m_shape.type, EType::Null);
+    m_shape.isArray = std::exchange(other.m_shape.isArray, false);
 }
 
 bool DataValue::IsEmpty() const noexcept
 {
-    switch (m_type)
+    switch (m_shape.type)
     {
     case EType::EmptyArray:
         return true;
@@ -115,7 +118,7 @@ bool DataValue::IsEmpty() const noexcept
 
 const WString& DataValue::GetString() const
 {
-    if (m_isArray || !HasText())
+    if (m_shape.isArray || !HasText())
     {
         return EmptyText;
     }
@@ -129,7 +132,7 @@ WString DataValue::GetStringValue() const
 
 bool DataValue::GetBooleanValue(bool defaultValue) const noexcept
 {
-    if (m_type != EType::Boolean)
+    if (m_shape.type != EType::Boolean)
     {
         return defaultValue;
     }
@@ -140,7 +143,7 @@ bool DataValue::GetBooleanValue(bool defaultValue) const noexcept
 int DataValue::GetIntValue(int defaultValue) const noexcept
 {
     const WStringView text = GetFirstText();
-    if (!HasText() || (m_type != EType::Integer && !IsOnlyDigits(text)))
+    if (!HasText() || (m_shape.type != EType::Integer && !IsOnlyDigits(text)))
     {
         return defaultValue;
     }
@@ -150,7 +153,7 @@ int DataValue::GetIntValue(int defaultValue) const noexcept
 std::uint64_t DataValue::GetUint64Value(std::uint64_t defaultValue) const noexcept
 {
     const WStringView text = GetFirstText();
-    if (!HasText() || (m_type != EType::Integer && !IsOnlyDigits(text)))
+    if (!HasText() || (m_shape.type != EType::Integer && !IsOnlyDigits(text)))
     {
         return defaultValue;
     }
@@ -159,18 +162,18 @@ std::uint64_t DataValue::GetUint64Value(std::uint64_t defaultValue) const noexce
 
 std::shared_ptr<DataObject> DataValue::GetObject() const
 {
-    const std::shared_ptr<DataObject>* object = m_type == EType::Object ? GetFirstObject() : nullptr;
+    const std::shared_ptr<DataObject>* object = m_shape.type == EType::Object ? GetFirstObject() : nullptr;
     return object != nullptr ? *object : nullptr;
 }
 
 const DataValue::StringList& DataValue::GetStringArray() const
 {
-    return m_isArray && HasText() ? GetLists().values : NoStrings;
+    return m_shape.isArray && HasText() ? GetLists().values : NoStrings;
 }
 
 const DataValue::ObjectList& DataValue::GetObjectArray() const
 {
-    return m_isArray && GetFirstObject() != nullptr ? GetLists().objects : NoObjects;
+    return m_shape.isArray && GetFirstObject() != nullptr ? GetLists().objects : NoObjects;
 }
 
 void DataValue::SetValue(WString text, EType type)
@@ -178,7 +181,7 @@ void DataValue::SetValue(WString text, EType type)
     StringList values;
     values.push_back(std::move(text));
     EditLists().values.swap(values);
-    m_type = type;
+    m_shape.type = type;
 }
 
 void DataValue::SetBooleanValue(const BooleanToken& token)
@@ -193,8 +196,8 @@ void DataValue::SetIntValue(const IntegerToken& token)
 
 void DataValue::SetNull() noexcept
 {
+    m_shape.type = EType::Null;
     ClearLists();
-    m_type = EType::Null;
 }
 
 void DataValue::SetObject(std::shared_ptr<DataObject> object)
@@ -203,20 +206,20 @@ void DataValue::SetObject(std::shared_ptr<DataObject> object)
     ObjectList objects;
     objects.push_back(std::move(object));
     EditLists().objects.swap(objects);
-    m_type = EType::Object;
+    m_shape.type = EType::Object;
 }
 
 void DataValue::SetEmptyStringArray() noexcept
 {
-    m_isArray = true;
-    m_type = EType::String;
+    m_shape.isArray = true;
+    m_shape.type = EType::String;
     ClearLists();
 }
 
 void DataValue::SetEmptyObjectArray() noexcept
 {
-    m_isArray = true;
-    m_type = EType::Object;
+    m_shape.isArray = true;
+    m_shape.type = EType::Object;
     ClearLists();
 }
 
@@ -241,8 +244,8 @@ void DataValue::AddText(WString text, EType type)
     values.push_back(std::move(text));
     if (values.size() == 1)
     {
-        m_type = type;
-        m_isArray = true;
+        m_shape.type = type;
+        m_shape.isArray = true;
     }
 }
 
@@ -252,17 +255,17 @@ void DataValue::AddObject(std::shared_ptr<DataObject> object)
     objects.push_back(std::move(object));
     if (objects.size() == 1)
     {
-        m_type = EType::Object;
-        m_isArray = true;
+        m_shape.type = EType::Object;
+        m_shape.isArray = true;
     }
 }
 
 void DataValue::AddEmptyArray() noexcept
 {
-    if (m_type == EType::Null)
+    if (m_shape.type == EType::Null)
     {
-        m_type = EType::EmptyArray;
-        m_isArray = true;
+        m_shape.type = EType::EmptyArray;
+        m_shape.isArray = true;
         ClearLists();
     }
 }
@@ -319,14 +322,17 @@ DataValue::Lists& DataValue::EditLists()
 
 void DataValue::ClearLists() noexcept
 {
-    delete m_lists.exchange(nullptr);
+    // What is dropped may own this value, so it has to live to the end.
+    Dismantling objects;
+    objects.Collect(*this);
+    const std::unique_ptr<Lists> lists(m_lists.exchange(nullptr));
     DropRead();
 }
 
 void DataValue::DropRead() noexcept
 {
-    const Form form = std::exchange(m_form, Form::Nothing);
-    for (std::size_t i = 0; form == Form::Objects && i < m_readSize; ++i)
+    const Form form = std::exchange(m_shape.form, Form::Nothing);
+    for (std::size_t i = 0; form == Form::Objects && i < m_shape.readSize; ++i)
     {
         GetReadObjects()[i].reset();
     }

@@ -39,8 +39,8 @@ void DeepCopy::Copy(const DataValue& from, DataValue& to)
         }
     }
     to.m_lists = lists.release();
-    to.m_type = from.m_type;
-    to.m_isArray = from.m_isArray;
+    to.m_shape.type = from.m_shape.type;
+    to.m_shape.isArray = from.m_shape.isArray;
 }
 
 void DeepCopy::Copy(const DataObject& from, DataObject& to)

@@ -28,6 +28,13 @@ Dismantling::~Dismantling()
     while (m_first != nullptr)
     {
         const std::shared_ptr<DataObject> object = std::exchange(m_first, std::move(m_first->m_nextDoomed));
+        if (m_first != nullptr)
+        {
+            // The entries of large documents are no longer in the cache.
+            __builtin_prefetch(m_first->m_values.m_read);
+            __builtin_prefetch(m_first->m_values.m_read + 2);
+            __builtin_prefetch(m_first->m_values.m_readObjects);
+        }
     }
     t_outermost = nullptr;
 }
@@ -62,6 +69,15 @@ void Dismantling::Collect(ValueMap& values) noexcept
         {
             CollectLists(value);
         }
+    }
+}
+
+void Dismantling::Collect(DataValue& value) noexcept
+{
+    CollectLists(value);
+    for (std::size_t i = 0; value.m_shape.form == DataValue::Form::Objects && i < value.m_shape.readSize; ++i)
+    {
+        Collect(value.GetReadObjects()[i]);
     }
 }
 

@@ -18,6 +18,7 @@ public:
 
     // Takes the objects out of the values that only they own.
     void Collect(ValueMap& values) noexcept;
+    void Collect(DataValue& value) noexcept;
 
 private:
     void CollectLists(DataValue& value) noexcept;

@@ -12,8 +12,10 @@ namespace Quoll::Json
 namespace
 {
 
-// Of twice that many bytes per unit of text, most documents need less.
-constexpr std::size_t ExpectedBytesPerUnit = 6;
+// What most documents need: so much, and so much for each unit of their text.
+constexpr std::size_t ExpectedBytes = 512;
+constexpr std::size_t ExpectedBytesPerUnit = 8;
+constexpr std::size_t MuchText = 0x10000;
 
 // How many units of a key make its order. They can be read behind a shorter key too.
 constexpr std::size_t OrderUnits = 4;
@@ -33,7 +35,7 @@ std::int64_t GetOrder(const WChar* key, std::size_t size) noexcept
 
 DocumentBuilder::DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept
     : m_allowDuplicates(allowDuplicates)
-    , m_chunks(textSize < 0x10000 ? textSize * ExpectedBytesPerUnit : textSize)
+    , m_chunks(ExpectedBytes + std::min(textSize, MuchText) * ExpectedBytesPerUnit)
 {
 }
 
@@ -90,6 +92,8 @@ inline WStringView DocumentBuilder::GetKey(const Member& member) noexcept
 void DocumentBuilder::SortMembers(std::size_t first, std::size_t last)
 {
     const std::size_t count = last - first;
+    // Something can be read behind a short key that is the last of all texts.
+    std::fill_n(m_units.Reserve(OrderUnits), OrderUnits, WChar{0});
     m_sorted.Shrink(0);
     SortedMember* const sorted = m_sorted.Reserve(count);
     m_sorted.Take(count);
@@ -151,9 +155,10 @@ std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
     const std::size_t objects = m_objects.GetSize() - level.firstObject;
     const std::size_t texts = m_texts.GetSize() - level.firstText;
     const std::size_t units = m_units.GetSize() - level.firstUnit;
+    const std::size_t blocks = (units + RoomToSpare - 1) / RoomToSpare;
     const std::size_t size = m_sorted.GetSize() * sizeof(ValueMap::value_type) +
                              objects * sizeof(std::shared_ptr<DataObject>) + texts * sizeof(WStringView) +
-                             units * sizeof(WChar);
+                             blocks * RoomToSpare * sizeof(WChar);
     Detail::Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + Detail::Chunk::RoundUp(size));
     std::shared_ptr<DataObject> object = std::allocate_shared<DataObject>(Allocator(chunk));
     if (m_sorted.GetSize() > 0)
@@ -166,7 +171,10 @@ std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
         std::uninitialized_move_n(m_objects.begin() + level.firstObject, objects, map.m_readObjects);
         auto* const views = reinterpret_cast<WStringView*>(map.m_readObjects + objects);
         auto* const copies = reinterpret_cast<WChar*>(views + texts);
-        std::memcpy(copies, m_units.begin() + level.firstUnit, units * sizeof(WChar));
+        for (std::size_t i = 0; i < blocks * RoomToSpare; i += RoomToSpare)
+        {
+            std::memcpy(copies + i, m_units.begin() + level.firstUnit + i, RoomToSpare * sizeof(WChar));
+        }
         SetPlace(DataValue::Form::Text, copies, level.firstUnit);
         SetPlace(DataValue::Form::Texts, views, level.firstText);
         SetPlace(DataValue::Form::Objects, map.m_readObjects, level.firstObject);
@@ -216,11 +224,8 @@ void DocumentBuilder::FillEntries(ValueMap& map)
 
 void DocumentBuilder::FillValue(const Member& member, DataValue& value)
 {
-    value.m_read = m_places[static_cast<std::size_t>(member.form)].Find(member.begin);
-    value.m_readSize = static_cast<std::uint32_t>(member.size);
-    value.m_form = member.form;
-    value.m_type = member.type;
-    value.m_isArray = member.isArray;
+    value.m_read = m_places[static_cast<std::size_t>(member.shape.form)].Find(member.begin);
+    value.m_shape = member.shape;
     if (member.needsLists)
     {
         FillLists(member, value);
@@ -229,11 +234,11 @@ void DocumentBuilder::FillValue(const Member& member, DataValue& value)
 
 void DocumentBuilder::FillLists(const Member& member, DataValue& value)
 {
-    value.m_form = DataValue::Form::Nothing;
+    value.m_shape.form = DataValue::Form::Nothing;
     DataValue::Lists& lists = value.EditLists();
     if (member.kind == Kind::Text)
     {
-        lists.values.emplace_back(GetCopy({member.begin, member.size}));
+        lists.values.emplace_back(GetCopy({member.begin, member.textSize}));
         return;
     }
     for (std::size_t i = 0; i < member.textCount; ++i)
@@ -276,7 +281,7 @@ void DocumentBuilder::Apply(const Member& member, DataValue& value)
         value.SetNull();
         break;
     case Kind::Text:
-        value.SetValue(WString(GetCopy({member.begin, member.size})), member.type);
+        value.SetValue(WString(GetCopy({member.begin, member.textSize})), member.shape.type);
         break;
     case Kind::Object:
         value.SetObject(std::move(GetObject(member.begin)));
@@ -295,7 +300,7 @@ void DocumentBuilder::ApplyArray(const Member& member, DataValue& value)
         return;
     }
     // Of a mixed array's types the one that was set last stays, wherever the other elements stand.
-    const bool areObjectsFirst = member.type != EType::Object;
+    const bool areObjectsFirst = member.shape.type != EType::Object;
     for (const bool areObjects : {areObjectsFirst, !areObjectsFirst})
     {
         for (std::size_t i = 0; areObjects && i < member.objectCount; ++i)

@@ -71,14 +71,12 @@ private:
     struct Member
     {
         Text key;
-        Kind kind;
-        // As the value will have it. What it holds is a text, or the texts or objects from a place on.
-        DataValue::Form form;
-        EType type;
-        bool isArray;
-        bool needsLists; // since it has no such form
+        // What the value will have: a text, or the texts or objects from a place on.
+        DataValue::Shape shape;
         std::size_t begin;
-        std::size_t size;
+        std::size_t textSize;
+        Kind kind;
+        bool needsLists; // since there is no such shape
         // Of an array.
         EType textType; // that of the first text
         std::size_t firstText;
@@ -179,8 +177,6 @@ inline DocumentBuilder::Text DocumentBuilder::TakeText() noexcept
 
 inline void DocumentBuilder::AddKey()
 {
-    // Something can be read behind a key that is short.
-    std::fill_n(GetTextRoom(0), RoomToSpare / 4, WChar{0});
     Member& member = m_members.Push();
     member.key = TakeText();
     member.kind = Kind::Missing;
@@ -189,13 +185,11 @@ inline void DocumentBuilder::AddKey()
 inline void DocumentBuilder::SetContent(Kind kind, EType type, DataValue::Form form, const Text& place) noexcept
 {
     Member& member = m_members.GetTop();
-    member.kind = kind;
-    member.form = form;
-    member.type = type;
-    member.isArray = kind == Kind::Array;
-    member.needsLists = place.size > MaxReadSize;
+    member.shape = {static_cast<std::uint32_t>(place.size), form, type, kind == Kind::Array};
     member.begin = place.begin;
-    member.size = place.size;
+    member.textSize = place.size;
+    member.kind = kind;
+    member.needsLists = place.size > MaxReadSize;
 }
 
 inline void DocumentBuilder::SetText(EType type) noexcept
@@ -218,7 +212,7 @@ inline void DocumentBuilder::OpenArray() noexcept
 {
     Member& member = m_members.GetTop();
     member.kind = Kind::Array;
-    member.type = EType::EmptyArray;
+    member.shape.type = EType::EmptyArray;
     member.firstText = m_texts.GetSize();
     member.textCount = 0;
     member.firstObject = m_objects.GetSize();
@@ -231,7 +225,7 @@ inline void DocumentBuilder::AddText(EType type)
     Member& member = m_members.GetTop();
     if (member.textCount++ == 0)
     {
-        member.type = type;
+        member.shape.type = type;
         member.textType = type;
     }
 }
@@ -242,7 +236,7 @@ inline void DocumentBuilder::AddObject(std::shared_ptr<DataObject> object)
     Member& member = m_members.GetTop();
     if (member.objectCount++ == 0)
     {
-        member.type = EType::Object;
+        member.shape.type = EType::Object;
     }
 }
 
@@ -251,11 +245,11 @@ inline void DocumentBuilder::CloseArray() noexcept
     Member& member = m_members.GetTop();
     if (member.objectCount == 0)
     {
-        SetContent(Kind::Array, member.type, DataValue::Form::Texts, {member.firstText, member.textCount});
+        SetContent(Kind::Array, member.shape.type, DataValue::Form::Texts, {member.firstText, member.textCount});
     }
     else
     {
-        SetContent(Kind::Array, member.type, DataValue::Form::Objects, {member.firstObject, member.objectCount});
+        SetContent(Kind::Array, member.shape.type, DataValue::Form::Objects, {member.firstObject, member.objectCount});
         member.needsLists = member.needsLists || member.textCount > 0;
     }
 }

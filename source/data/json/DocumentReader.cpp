@@ -126,7 +126,7 @@ inline const WChar* DocumentReader::TakeWord(const WChar* next, WStringView word
 
 // Takes a string, an integer or a boolean; the type is null if there is none. Of a string that no
 // quote ends just the opening quote is taken, and what stands behind it may be a value.
-inline EType DocumentReader::TakeScalar(const WChar*& next)
+inline DocumentReader::Scalar DocumentReader::TakeScalar(const WChar* next)
 {
     WChar unit = GetUnit(next);
     if (unit == '"')
@@ -134,26 +134,29 @@ inline EType DocumentReader::TakeScalar(const WChar*& next)
         ++next;
         if (const WChar* const behind = TakeText(next))
         {
-            next = behind;
-            return EType::String;
+            return {behind, EType::String};
         }
         next = SkipToToken(next);
         unit = GetUnit(next);
     }
     if (Utilities::IsDigit(unit) || unit == '+' || unit == '-')
     {
-        next = TakeInteger(next);
-        return EType::Integer;
+        return {TakeInteger(next), EType::Integer};
     }
-    const WStringView word = unit == 't' ? WStringView("true"_w) : WStringView("false"_w);
-    const WChar* const begin = std::exchange(next, TakeWord(next, word));
-    if (next == begin)
+    return TakeBoolean(next);
+}
+
+DocumentReader::Scalar DocumentReader::TakeBoolean(const WChar* next)
+{
+    const WStringView word = GetUnit(next) == 't' ? WStringView("true"_w) : WStringView("false"_w);
+    const WChar* const behind = TakeWord(next, word);
+    if (behind == next)
     {
-        return EType::Null;
+        return {next, EType::Null};
     }
     std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
     m_builder.WriteText(word.size());
-    return EType::Boolean;
+    return {behind, EType::Boolean};
 }
 
 // Duplicate keys are looked for when an object closes, so a fault that is found earlier asks for the
@@ -243,13 +246,14 @@ DocumentReader::Step DocumentReader::ReadMembers()
 // A value that is missing is no fault.
 inline const WChar* DocumentReader::ReadScalar(const WChar* next)
 {
-    if (const EType type = TakeScalar(next); type != EType::Null)
+    const Scalar scalar = TakeScalar(next);
+    if (scalar.type != EType::Null)
     {
-        m_builder.SetText(type);
-        return next;
+        m_builder.SetText(scalar.type);
+        return scalar.behind;
     }
-    const WChar* const behind = TakeWord(next, "null"_w);
-    if (behind != next)
+    const WChar* const behind = TakeWord(scalar.behind, "null"_w);
+    if (behind != scalar.behind)
     {
         m_builder.SetNull();
     }
@@ -263,9 +267,11 @@ DocumentReader::Step DocumentReader::ReadElements()
     for (;; ++next)
     {
         next = SkipToToken(next);
-        if (const EType type = TakeScalar(next); type != EType::Null)
+        const Scalar scalar = TakeScalar(next);
+        next = scalar.behind;
+        if (scalar.type != EType::Null)
         {
-            m_builder.AddText(type);
+            m_builder.AddText(scalar.type);
         }
         else if (GetUnit(next) == '{')
         {

@@ -36,6 +36,12 @@ private:
         Failure
     };
 
+    struct Scalar
+    {
+        const WChar* behind;
+        EType type;
+    };
+
     Step Run(Step step);
     Step ReadMembers();
     Step ReadElements();
@@ -52,7 +58,8 @@ private:
     const WChar* TakeRareText(const WChar* begin);
     const WChar* TakeInteger(const WChar* next);
     const WChar* TakeWord(const WChar* next, WStringView word) const noexcept;
-    EType TakeScalar(const WChar*& next);
+    Scalar TakeScalar(const WChar* next);
+    Scalar TakeBoolean(const WChar* next);
     const WChar* ReadScalar(const WChar* next);
 
     const WChar* const m_begin;

@@ -149,9 +149,10 @@ void TextBuffer::AppendEscaped(WStringView text)
 void StringBuffer::MakeRoom(std::size_t size)
 {
     const WStringView content = GetContent();
+    const std::size_t contentSize = content.size();
     // Fewer and larger steps cost less, as long as nobody misses what is left over.
     constexpr std::size_t large = 16'000'000;
-    const std::size_t grown = content.size() < large ? 3 * content.size() : content.size() + content.size() / 2;
+    const std::size_t grown = contentSize < large ? 3 * contentSize : contentSize + contentSize / 2;
     if (size > WString().max_size() - grown)
     {
         throw std::bad_alloc();
@@ -165,10 +166,10 @@ void StringBuffer::MakeRoom(std::size_t size)
     }
     if (m_memory == nullptr)
     {
-        std::memcpy(memory, content.data(), content.size() * sizeof(WChar));
+        std::memcpy(memory, content.data(), contentSize * sizeof(WChar));
     }
     m_memory = memory;
-    SetMemory(memory, size);
+    SetMemory(memory, contentSize, size);
 }
 
 void StreamBuffer::MakeRoom(std::size_t /*size*/)

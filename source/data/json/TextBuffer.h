@@ -52,10 +52,10 @@ protected:
     {
         m_next = m_begin;
     }
-    // Memory that has the content already.
-    void SetMemory(WChar* memory, std::size_t size) noexcept
+    // Memory that has the content already, of that many units.
+    void SetMemory(WChar* memory, std::size_t contentSize, std::size_t size) noexcept
     {
-        m_next = memory + (m_next - m_begin);
+        m_next = memory + contentSize;
         m_begin = memory;
         m_end = memory + size;
     }

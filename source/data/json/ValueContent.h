@@ -43,20 +43,20 @@ private:
 
 inline ValueContent::ValueContent(const DataValue& value) noexcept
 {
-    switch (value.m_form)
+    switch (value.m_shape.form)
     {
     case DataValue::Form::Text:
-        m_text = WStringView(value.GetReadText(), value.m_readSize);
+        m_text = WStringView(value.GetReadText(), value.m_shape.readSize);
         m_views = &m_text;
         m_textCount = 1;
         break;
     case DataValue::Form::Texts:
         m_views = value.GetReadTexts();
-        m_textCount = value.m_readSize;
+        m_textCount = value.m_shape.readSize;
         break;
     case DataValue::Form::Objects:
         m_objects = value.GetReadObjects();
-        m_objectCount = value.m_readSize;
+        m_objectCount = value.m_shape.readSize;
         break;
     case DataValue::Form::Nothing:
         if (const DataValue::Lists* lists = value.m_lists.load(std::memory_order_acquire))
