@@ -32,7 +32,6 @@ Dismantling::~Dismantling()
         {
             // The entries of large documents are no longer in the cache.
             __builtin_prefetch(m_first->m_values.m_read);
-            __builtin_prefetch(m_first->m_values.m_read + 2);
             __builtin_prefetch(m_first->m_values.m_readObjects);
         }
     }
