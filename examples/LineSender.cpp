@@ -39,11 +39,13 @@ void LineSender::Ask(Quoll::Utilities::IMultiClientPipe& endpoint, const Documen
 Quoll::WString LineSender::WaitForAnswer()
 {
     std::unique_lock guard(m_lock);
-    if (!m_came.wait_for(guard, std::chrono::milliseconds(TIMEOUT), [this] { return m_answer.has_value(); }))
+    m_came.wait_for(guard, std::chrono::milliseconds(TIMEOUT), [this] { return m_answer.has_value(); });
+    const std::optional<Quoll::WString> answer = std::exchange(m_answer, std::nullopt);
+    if (!answer)
     {
         throw std::runtime_error("the tray doesn't answer");
     }
-    return *std::exchange(m_answer, std::nullopt);
+    return *answer;
 }
 
 std::string LineSender::Summary() const

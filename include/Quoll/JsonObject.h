@@ -89,8 +89,8 @@ public:
         : WStringView(text)
     {
     }
-    // NOLINTNEXTLINE(google-explicit-constructor): a key stands wherever wide text is taken
     /// A copy as a string.
+    // NOLINTNEXTLINE(google-explicit-constructor): a key stands wherever wide text is taken
     operator WString() const
     {
         return WString(data(), size());

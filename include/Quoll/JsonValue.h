@@ -114,6 +114,7 @@ public:
     DataValue() noexcept = default;
     /// A deep copy.
     DataValue(const DataValue& other);
+    // NOLINTBEGIN(performance-noexcept-move-constructor): copying texts may need memory
     /// Takes the content; `other` is a null value afterwards. Copies texts that were read and never
     /// changed, since they are their object's, and so may throw std::bad_alloc: a std::vector of values
     /// copies them when it grows.
@@ -122,6 +123,7 @@ public:
     DataValue& operator=(const DataValue& other);
     /// Takes the content, as the constructor does.
     DataValue& operator=(DataValue&& other);
+    // NOLINTEND(performance-noexcept-move-constructor)
     ~DataValue()
     {
         if (const Lists* lists = m_lists.load(std::memory_order_acquire))

@@ -17,8 +17,8 @@ namespace
 // chunks of the largest.
 constexpr std::size_t MinChunkSize = 512;
 constexpr std::size_t MaxSmallChunkSize = 1024;
-constexpr std::size_t MiddleChunkSize = 4 * 1024;
-constexpr std::size_t MaxChunkSize = 32 * 1024;
+constexpr std::size_t MiddleChunkSize = std::size_t{4} * 1024;
+constexpr std::size_t MaxChunkSize = std::size_t{32} * 1024;
 
 // They hold 64 KiB and 4 MiB at most.
 constinit ChunkStock<16> g_middleStock;

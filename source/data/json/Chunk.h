@@ -107,12 +107,13 @@ public:
         : m_chunk(&chunk)
     {
     }
-    // NOLINTNEXTLINE(google-explicit-constructor): what the standard asks of allocators
+    // NOLINTBEGIN(google-explicit-constructor): what the standard asks of allocators
     template<class Other>
     ChunkAllocator(const ChunkAllocator<Other>& other) noexcept
         : m_chunk(other.GetChunk())
     {
     }
+    // NOLINTEND(google-explicit-constructor)
     Type* allocate(std::size_t count) noexcept
     {
         static_assert(sizeof(Type) <= MaxSize);

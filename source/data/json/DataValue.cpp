@@ -59,6 +59,7 @@ DataValue::DataValue(const DataValue& other)
     DeepCopy::Make(other, *this);
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor)
 DataValue::DataValue(DataValue&& other)
     : DataValue()
 {
@@ -74,6 +75,7 @@ DataValue& DataValue::operator=(const DataValue& other)
     return *this;
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor)
 DataValue& DataValue::operator=(DataValue&& other)
 {
     if (this != &other)
