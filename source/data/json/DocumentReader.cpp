@@ -2,6 +2,7 @@
 
 #include "data/json/Escapes.h"
 #include "data/json/TokenScan.h"
+#include "data/json/UnitSearch.h"
 
 #include <algorithm>
 #include <bit>

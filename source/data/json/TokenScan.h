@@ -1,7 +1,8 @@
 // Where tokens end.
 #pragma once
 
-#include "data/json/UnitSearch.h"
+#include "core/CharacterClass.h"
+#include "data/json/UnitBlock.h"
 
 namespace Quoll::Json
 {
@@ -28,6 +29,14 @@ inline const WChar* SkipInteger(const WChar* units, const WChar* end) noexcept
     return units;
 }
 
+struct IsQuoteOrBackslash
+{
+    auto operator()(auto units) const noexcept
+    {
+        return (units == std::uint16_t{'"'}) | (units == std::uint16_t{'\\'});
+    }
+};
+
 struct QuotedText
 {
     const WChar* end; // the closing quote, or null
@@ -40,7 +49,7 @@ inline QuotedText FindClosingQuote(const WChar* units, const WChar* end) noexcep
     bool isEscaped = false;
     for (;;)
     {
-        units = FindQuoteOrBackslash(units, end);
+        units += Utilities::CountUntil(WStringView(units, end), IsQuoteOrBackslash());
         if (units == end)
         {
             return {nullptr, isEscaped};

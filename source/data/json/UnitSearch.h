@@ -1,11 +1,9 @@
-// Searches wide text for the units that end, or escape, a string of a document.
+// Copies blocks of a document, and tells where the strings and numbers in them end.
 #pragma once
 
 #include "core/CharacterClass.h"
 
-#include <bit>
 #include <cstddef>
-#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -66,39 +64,6 @@ inline unsigned CopyDigits(const WChar* units, WChar* to) noexcept
     }
     return found;
 #endif
-}
-
-// The first double quote or backslash, or `end`.
-inline const WChar* FindQuoteOrBackslash(const WChar* units, const WChar* end) noexcept
-{
-    WChar ignored[BlockSize];
-    for (; end - units >= BlockSize; units += BlockSize)
-    {
-        if (const unsigned found = CopyBlock(units, ignored); found != 0)
-        {
-            return units + std::countr_zero(found);
-        }
-    }
-    while (units != end && *units != '"' && *units != '\\')
-    {
-        ++units;
-    }
-    return units;
-}
-
-// Copies the text, which is part of one that goes on to `end`. May write 15 units behind the copy.
-inline void CopyUnits(WStringView text, const WChar* end, WChar* to) noexcept
-{
-    const WChar* from = text.data();
-    if (static_cast<std::size_t>(end - from) < text.size() + 15)
-    {
-        std::memcpy(to, from, text.size() * sizeof(WChar));
-        return;
-    }
-    for (const WChar* const last = from + text.size(); from < last; from += 16, to += 16)
-    {
-        std::memcpy(to, from, 16 * sizeof(WChar));
-    }
 }
 
 } // namespace Quoll::Json
