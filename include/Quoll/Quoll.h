@@ -25,6 +25,7 @@
 #include "Quoll/Synchronization.h"
 #include "Quoll/Task.h"
 #include "Quoll/TextCodecs.h"
+#include "Quoll/UserLocalFormat.h"
 #include "Quoll/WideString.h"
 #include "Quoll/WildcardPattern.h"
 #include "Quoll/WindowsTypes.h"
