@@ -10,6 +10,7 @@
 #include "win32/errors.h"
 
 #include "win32/handles.h"
+#include "win32/locale.h"
 #include "win32/locks.h"
 #include "win32/memory.h"
 #include "win32/modules.h"

@@ -1,0 +1,152 @@
+// GetDateFormatW and GetTimeFormatW: arguments, the locale's own picture, the caller's buffer.
+//
+// Checked in this order: the buffer, the locale, the flags, the moment. A date's time and a time's date aren't
+// looked at.
+#include "PictureFormatter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <limits>
+#include <new>
+
+using namespace Quoll;
+using Platform::LocaleData;
+
+namespace
+{
+
+struct Failure
+{
+    DWORD code;
+};
+
+constexpr DWORD DateFormats = DATE_SHORTDATE | DATE_LONGDATE | DATE_YEARMONTH;
+constexpr DWORD KnownDateFlags = DateFormats | DATE_USE_ALT_CALENDAR | LOCALE_NOUSEROVERRIDE | LOCALE_USE_CP_ACP;
+constexpr DWORD KnownTimeFlags = TIME_NOMINUTESORSECONDS | TIME_NOSECONDS | TIME_NOTIMEMARKER | TIME_FORCE24HOURFORMAT |
+                                 LOCALE_NOUSEROVERRIDE | LOCALE_USE_CP_ACP;
+
+void Check(bool holds, DWORD code)
+{
+    if (!holds)
+    {
+        throw Failure{code};
+    }
+}
+
+std::shared_ptr<const LocaleData> CheckedLocale(LCID locale, const WChar* text, int size)
+{
+    Check(size >= 0 && (text || size == 0), ERROR_INVALID_PARAMETER);
+    auto data = Platform::FindLocale(locale);
+    Check(data != nullptr, ERROR_INVALID_PARAMETER);
+    return data;
+}
+
+WStringView DatePicture(const LocaleData& locale, DWORD flags, const WChar* format)
+{
+    Check((flags & ~KnownDateFlags) == 0, ERROR_INVALID_FLAGS);
+    if (format)
+    {
+        Check((flags & (DateFormats | LOCALE_NOUSEROVERRIDE)) == 0, ERROR_INVALID_FLAGS);
+        return format;
+    }
+    switch (flags & DateFormats)
+    {
+    case 0:
+    case DATE_SHORTDATE:
+        return locale.shortDate;
+    case DATE_LONGDATE:
+        return locale.longDate;
+    case DATE_YEARMONTH:
+        return locale.yearMonth;
+    default:
+        throw Failure{ERROR_INVALID_FLAGS};
+    }
+}
+
+WStringView TimePicture(const LocaleData& locale, DWORD flags, const WChar* format)
+{
+    Check((flags & ~KnownTimeFlags) == 0, ERROR_INVALID_FLAGS);
+    Check(!format || (flags & LOCALE_NOUSEROVERRIDE) == 0, ERROR_INVALID_FLAGS);
+    return format ? WStringView(format) : locale.time;
+}
+
+bool IsDate(const SYSTEMTIME& date) noexcept
+{
+    using namespace std::chrono;
+    return date.wYear >= 1601 && date.wYear <= 30827 && date.wMonth <= 12 && date.wDay <= 31 &&
+           (year(date.wYear) / month(date.wMonth) / day(date.wDay)).ok();
+}
+
+bool IsTime(const SYSTEMTIME& time) noexcept
+{
+    return time.wHour < 24 && time.wMinute < 60 && time.wSecond < 60 && time.wMilliseconds < 1000;
+}
+
+SYSTEMTIME LocalNow()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tzset(); // localtime_r alone doesn't follow a change of TZ
+    tm local{};
+    Check(localtime_r(&now.tv_sec, &local) != nullptr, ERROR_INVALID_PARAMETER);
+    const auto word = [](auto value) {
+        return static_cast<WORD>(value);
+    };
+    return {word(local.tm_year + 1900), word(local.tm_mon + 1), word(local.tm_wday), word(local.tm_mday),
+            word(local.tm_hour),        word(local.tm_min),     word(local.tm_sec),  word(now.tv_nsec / 1'000'000)};
+}
+
+int Deliver(const WString& formatted, WChar* text, int size)
+{
+    Check(formatted.size() < static_cast<std::size_t>(std::numeric_limits<int>::max()), ERROR_ARITHMETIC_OVERFLOW);
+    const int needed = static_cast<int>(formatted.size()) + 1;
+    if (size > 0)
+    {
+        text[formatted.copy(text, static_cast<std::size_t>(size) - 1)] = 0;
+        Check(size >= needed, ERROR_INSUFFICIENT_BUFFER);
+    }
+    return needed;
+}
+
+template<class Action>
+int ResultOf(Action action) noexcept
+{
+    try
+    {
+        return action();
+    }
+    catch (const Failure& failure)
+    {
+        SetLastError(failure.code);
+    }
+    catch (const std::exception&) // no memory, or a text longer than a string can be
+    {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    return 0;
+}
+
+} // namespace
+
+int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text, int size) noexcept
+{
+    return ResultOf([=] {
+        const auto data = CheckedLocale(locale, text, size);
+        const WStringView picture = DatePicture(*data, flags, format);
+        const SYSTEMTIME moment = date ? *date : LocalNow();
+        Check(IsDate(moment), ERROR_INVALID_PARAMETER);
+        return Deliver(Platform::FormatDatePicture(picture, moment, *data), text, size);
+    });
+}
+
+int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, LPCWSTR format, LPWSTR text, int size) noexcept
+{
+    return ResultOf([=] {
+        const auto data = CheckedLocale(locale, text, size);
+        const WStringView picture = TimePicture(*data, flags, format);
+        const SYSTEMTIME moment = time ? *time : LocalNow();
+        Check(IsTime(moment), ERROR_INVALID_PARAMETER);
+        return Deliver(Platform::FormatTimePicture(picture, moment, flags, *data), text, size);
+    });
+}
