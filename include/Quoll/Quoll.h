@@ -3,6 +3,7 @@
 
 #include "Quoll/Api.h"
 #include "Quoll/Errors.h"
+#include "Quoll/Guid.h"
 #include "Quoll/HandleDeleters.h"
 #include "Quoll/IPRules.h"
 #include "Quoll/InvalidParameter.h"
@@ -11,6 +12,7 @@
 #include "Quoll/JsonReader.h"
 #include "Quoll/JsonValue.h"
 #include "Quoll/JsonWriter.h"
+#include "Quoll/Language.h"
 #include "Quoll/Locks.h"
 #include "Quoll/MultiClientPipe.h"
 #include "Quoll/NativePath.h"
@@ -26,6 +28,7 @@
 #include "Quoll/Task.h"
 #include "Quoll/TextCodecs.h"
 #include "Quoll/UserLocalFormat.h"
+#include "Quoll/Version.h"
 #include "Quoll/WideString.h"
 #include "Quoll/WildcardPattern.h"
 #include "Quoll/WindowsTypes.h"

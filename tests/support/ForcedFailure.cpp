@@ -2,6 +2,8 @@
 
 #include "support/WrappedCall.h"
 
+#include <rpc.h>
+
 #include <array>
 #include <atomic>
 #include <cstdio>
