@@ -67,17 +67,14 @@ public:
         {
             return SharedInvariant();
         }
-        const std::scoped_lock guard(m_lock);
-        const auto place = std::find_if(m_kept.begin(), m_kept.end(), [&](const Entry& e) { return e.name == name; });
-        if (place != m_kept.end())
+        auto data = Kept(name);
+        if (!data)
         {
-            std::rotate(m_kept.begin(), place, place + 1);
-            return m_kept.front().data;
+            data = ReadLibraryLocale(name);
+            data = data ? data : SharedInvariant();
+            Keep(name, data);
         }
-        const auto read = ReadLibraryLocale(name);
-        m_kept.insert(m_kept.begin(), Entry{name, read ? read : SharedInvariant()});
-        m_kept.resize(std::min(m_kept.size(), MaxKept));
-        return m_kept.front().data;
+        return data;
     }
 
 private:
@@ -87,61 +84,93 @@ private:
         std::shared_ptr<const LocaleData> data;
     };
 
+    std::shared_ptr<const LocaleData> Kept(const std::string& name)
+    {
+        const std::scoped_lock guard(m_lock);
+        const auto place = std::find_if(m_kept.begin(), m_kept.end(), [&](const Entry& e) { return e.name == name; });
+        if (place == m_kept.end())
+        {
+            return nullptr;
+        }
+        std::rotate(m_kept.begin(), place, place + 1);
+        return m_kept.front().data;
+    }
+
+    void Keep(const std::string& name, const std::shared_ptr<const LocaleData>& data)
+    {
+        const std::scoped_lock guard(m_lock);
+        m_kept.insert(m_kept.begin(), Entry{name, data});
+        m_kept.resize(std::min(m_kept.size(), MaxKept));
+    }
+
     std::mutex m_lock;
     std::vector<Entry> m_kept;
 };
+
+// What a settings file said, and by what one sees that it still says so.
+struct Settings
+{
+    std::string_view file;
+    struct stat state{};
+    std::string name;
+
+    bool IsOf(std::string_view otherFile, const struct stat& other) const noexcept
+    {
+        const auto same = [](const timespec& a, const timespec& b) {
+            return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+        };
+        return file == otherFile && state.st_ino == other.st_ino && state.st_size == other.st_size &&
+               same(state.st_mtim, other.st_mtim) && same(state.st_ctim, other.st_ctim);
+    }
+};
+
+std::string ReadSettings(const char* file)
+{
+    std::string text(LongestSettings, '\0');
+    const int descriptor = open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const ssize_t length = descriptor < 0 ? 0 : read(descriptor, text.data(), text.size());
+    if (descriptor >= 0)
+    {
+        close(descriptor);
+    }
+    text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return text;
+}
 
 class SystemSettings
 {
 public:
     std::string Name()
     {
-        const std::scoped_lock guard(m_lock);
         for (const char* const file : SettingsFiles)
         {
             struct stat state{};
             if (stat(file, &state) == 0)
             {
-                Update(file, state);
-                return m_name;
+                return NameIn(file, state);
             }
         }
         return {};
     }
 
 private:
-    void Update(const char* file, const struct stat& state)
+    std::string NameIn(const char* file, const struct stat& state)
     {
-        const auto& [modified, changed] = std::pair(state.st_mtim, state.st_ctim);
-        const auto same = [](const timespec& a, const timespec& b) {
-            return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-        };
-        if (m_file != file || state.st_ino != m_state.st_ino || !same(modified, m_state.st_mtim) ||
-            !same(changed, m_state.st_ctim))
         {
-            m_name = LocaleNameOf(Read(file));
-            m_file = file;
-            m_state = state;
+            const std::scoped_lock guard(m_lock);
+            if (m_last.IsOf(file, state))
+            {
+                return m_last.name;
+            }
         }
-    }
-
-    static std::string Read(const char* file)
-    {
-        std::string text(LongestSettings, '\0');
-        const int descriptor = open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        const ssize_t length = descriptor < 0 ? 0 : read(descriptor, text.data(), text.size());
-        if (descriptor >= 0)
-        {
-            close(descriptor);
-        }
-        text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-        return text;
+        Settings read{file, state, LocaleNameOf(ReadSettings(file))};
+        const std::scoped_lock guard(m_lock);
+        m_last = std::move(read);
+        return m_last.name;
     }
 
     std::mutex m_lock;
-    const char* m_file = nullptr;
-    struct stat m_state{};
-    std::string m_name;
+    Settings m_last;
 };
 
 std::string SystemLocaleName()

@@ -2,10 +2,10 @@
 //
 // Checked in this order: the buffer, the locale, the flags, the moment. A date's time and a time's date aren't
 // looked at.
+#include "Calendar.h"
 #include "PictureFormatter.h"
 
 #include <algorithm>
-#include <chrono>
 #include <ctime>
 #include <limits>
 #include <new>
@@ -73,14 +73,15 @@ WStringView TimePicture(const LocaleData& locale, DWORD flags, const WChar* form
 
 bool IsDate(const SYSTEMTIME& date) noexcept
 {
-    using namespace std::chrono;
-    return date.wYear >= 1601 && date.wYear <= 30827 && date.wMonth <= 12 && date.wDay <= 31 &&
-           (year(date.wYear) / month(date.wMonth) / day(date.wDay)).ok();
+    return Platform::IsValid({date.wYear, date.wMonth, 0, date.wDay, 0, 0, 0, 0});
 }
 
 bool IsTime(const SYSTEMTIME& time) noexcept
 {
-    return time.wHour < 24 && time.wMinute < 60 && time.wSecond < 60 && time.wMilliseconds < 1000;
+    SYSTEMTIME onSomeDay = time;
+    onSomeDay.wYear = Platform::FirstYear;
+    onSomeDay.wMonth = onSomeDay.wDay = 1;
+    return Platform::IsValid(onSomeDay);
 }
 
 SYSTEMTIME LocalNow()

@@ -1,8 +1,9 @@
 // A picture is read as pieces: a run of one of its letters, or text that stands as it is.
 #include "PictureFormatter.h"
 
+#include "Calendar.h"
+
 #include <algorithm>
-#include <chrono>
 
 namespace Quoll::Platform
 {
@@ -111,10 +112,8 @@ public:
         : m_date(date)
         , m_locale(locale)
         , m_month(date.wMonth - 1u)
+        , m_weekday(DayOfWeek(ToDays({.year = date.wYear, .month = date.wMonth, .day = date.wDay})))
     {
-        using namespace std::chrono;
-        const sys_days days = year(date.wYear) / month(date.wMonth) / day(date.wDay);
-        m_weekday = weekday(days).c_encoding();
     }
 
     WString Format(WStringView picture)
