@@ -35,8 +35,8 @@ struct Field
 
 using Fields = std::vector<Field>;
 
-// Formats refer to each other; real ones no deeper than this.
-constexpr int MaxDepth = 4;
+// Formats refer to each other; real ones no oftener than this.
+constexpr int MaxReferences = 16;
 constexpr WStringView Blanks = " \t\n\u00A0\u202F"_w;
 
 Field SimpleField(WChar conversion, bool unpadded)
@@ -93,12 +93,12 @@ public:
 
     Fields Split(WStringView format)
     {
-        Add(format, 0);
+        Add(format);
         return std::move(m_fields);
     }
 
 private:
-    void Add(WStringView format, int depth)
+    void Add(WStringView format)
     {
         while (!format.empty())
         {
@@ -107,7 +107,7 @@ private:
             format.remove_prefix(text);
             if (!format.empty())
             {
-                AddConversion(format, depth);
+                AddConversion(format);
             }
         }
     }
@@ -122,7 +122,7 @@ private:
     }
 
     // Moves the format behind the conversion.
-    void AddConversion(WStringView& format, int depth)
+    void AddConversion(WStringView& format)
     {
         const std::size_t flags = std::min(format.find_first_not_of("_-0^#+123456789"_w, 1), format.size());
         const bool unpadded = format.substr(0, flags).find_first_of("-_"_w) != WStringView::npos;
@@ -134,7 +134,7 @@ private:
         const WStringView inner = Referred(conversion);
         if (!inner.empty())
         {
-            depth < MaxDepth ? Add(inner, depth + 1) : void();
+            ++m_references <= MaxReferences ? Add(inner) : void();
         }
         else if (conversion == '%' || conversion == 'n' || conversion == 't')
         {
@@ -173,6 +173,7 @@ private:
 
     const LibraryFormats& m_formats;
     Fields m_fields;
+    int m_references = 0;
 };
 
 // Text as a picture has it: quoted where letters could be taken for parts.
