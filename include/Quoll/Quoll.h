@@ -2,6 +2,8 @@
 #pragma once
 
 #include "Quoll/Api.h"
+#include "Quoll/DataFilter.h"
+#include "Quoll/DataPagination.h"
 #include "Quoll/Errors.h"
 #include "Quoll/Guid.h"
 #include "Quoll/HandleDeleters.h"
