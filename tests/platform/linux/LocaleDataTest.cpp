@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <thread>
 
 #include <locale.h>
 
@@ -101,6 +102,20 @@ TEST(LocaleData, FollowsTheEnvironment)
         EXPECT_EQ(Platform::FindLocale(LOCALE_INVARIANT)->months[2], "March"_w);
     }
     EXPECT_EQ(Platform::FindLocale(LOCALE_NEUTRAL)->months[2], "March"_w);
+}
+
+TEST(LocaleData, ThreadsShareWhatWasRead)
+{
+    const auto formatOften = [] {
+        for (int i = 0; i < 300; ++i)
+        {
+            const LCID locale = i % 2 == 0 ? LOCALE_USER_DEFAULT : LOCALE_SYSTEM_DEFAULT;
+            EXPECT_GT(GetDateFormatW(locale, DATE_LONGDATE, nullptr, nullptr, nullptr, 0), 10);
+        }
+    };
+    std::thread other(formatOften);
+    formatOften();
+    other.join();
 }
 
 } // namespace
