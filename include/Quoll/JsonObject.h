@@ -210,7 +210,7 @@ public:
     using iterator = const_iterator;                                      ///< Entries are read-only.
     using const_reverse_iterator = std::reverse_iterator<const_iterator>; ///< From the last to the first.
 
-    ValueMap() noexcept;                            ///< An empty map.
+    ValueMap() noexcept = default;                  ///< An empty map.
     ValueMap(const ValueMap&) = delete;             ///< DataObject copies.
     ValueMap& operator=(const ValueMap&) = delete;  ///< DataObject copies.
     ValueMap(ValueMap&& other) noexcept;            ///< Takes the entries, which stay where they are.
@@ -280,6 +280,7 @@ private:
     friend class DeepCopy;
     friend class Dismantling;
     friend class DocumentBuilder;
+    friend class DocumentWriter;
 
     const DataValue* Find(WStringView key) const noexcept;
     DataValue& FindOrAdd(WStringView key);
@@ -306,7 +307,7 @@ public:
     using StringList = DataValue::StringList; ///< Texts of an array.
     using ObjectList = DataValue::ObjectList; ///< Objects of an array.
 
-    DataObject() noexcept;                   ///< Without an entry.
+    DataObject() noexcept = default;         ///< Without an entry.
     DataObject(const DataObject& other);     ///< A deep copy.
     DataObject(DataObject&& other) noexcept; ///< Takes the entries, which stay where they are.
     /// A deep copy in place of what was there; unchanged if memory runs out.

@@ -56,16 +56,13 @@ Chunk* Chunk::Make(std::size_t room)
     return new (::operator new(RoundUp(sizeof(Chunk)) + room)) Chunk(room);
 }
 
-void Chunk::Drop(std::int64_t references) noexcept
+void Chunk::Free() noexcept
 {
-    if (m_references.fetch_sub(references, std::memory_order_acq_rel) == references)
+    const auto size = static_cast<std::size_t>(m_end - reinterpret_cast<std::byte*>(this));
+    if (!PutIntoStock(this, size - RoundUp(sizeof(Chunk))))
     {
-        const auto size = static_cast<std::size_t>(m_end - reinterpret_cast<std::byte*>(this));
-        if (!PutIntoStock(this, size - RoundUp(sizeof(Chunk))))
-        {
-            this->~Chunk();
-            ::operator delete(this);
-        }
+        this->~Chunk();
+        ::operator delete(this);
     }
 }
 

@@ -42,12 +42,22 @@ public:
     }
     void Release() noexcept
     {
-        Drop(1);
+        // The last one needs no atomic step, which would wait for all that was written before.
+        if (m_references.load(std::memory_order_acquire) == 1 ||
+            m_references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        {
+            Free();
+        }
     }
-    // No piece will be taken any more.
+    // No piece will be taken any more. Other threads don't know the chunk yet.
     void Seal() noexcept
     {
-        Drop(Unsealed - m_taken);
+        const std::int64_t references = m_references.load(std::memory_order_relaxed) - (Unsealed - m_taken);
+        m_references.store(references, std::memory_order_relaxed);
+        if (references == 0)
+        {
+            Free();
+        }
     }
 
     static constexpr std::size_t RoundUp(std::size_t size) noexcept
@@ -65,7 +75,7 @@ private:
         , m_end(m_next + room)
     {
     }
-    void Drop(std::int64_t references) noexcept;
+    void Free() noexcept;
 
     std::atomic<std::int64_t> m_references = Unsealed;
     std::int64_t m_taken = 0;

@@ -24,8 +24,6 @@ IntegerToken MakeToken(Number value)
 
 } // namespace
 
-DataObject::DataObject() noexcept = default;
-
 DataObject::DataObject(const DataObject& other)
     : DataObject()
 {

@@ -38,29 +38,41 @@ Dismantling::~Dismantling()
     t_outermost = nullptr;
 }
 
-inline void Dismantling::CollectLists(DataValue& value) noexcept
+// Whether there are lists.
+inline bool Dismantling::CollectLists(DataValue& value) noexcept
 {
     DataValue::Lists* const lists = value.m_lists.load(std::memory_order_acquire);
     if (lists == nullptr)
     {
-        return;
+        return false;
     }
     value.DropRead(); // the lists have the same objects
     for (std::shared_ptr<DataObject>& object : lists->objects)
     {
         Collect(object);
     }
+    return true;
 }
 
 void Dismantling::Collect(ValueMap& values) noexcept
 {
+    bool hasLists = false;
     for (std::size_t i = 0; i < values.m_readCount; ++i)
     {
-        CollectLists(values.m_read[i].second);
+        hasLists |= CollectLists(values.m_read[i].second);
+    }
+    if (!hasLists)
+    {
+        values.m_readCount = 0; // there is nothing in them to destroy
     }
     for (std::size_t i = 0; i < values.m_readObjectCount; ++i)
     {
-        Collect(values.m_readObjects[i]);
+        // Objects without objects can end with this one.
+        std::shared_ptr<DataObject>& object = values.m_readObjects[i];
+        if (object != nullptr && (object->m_values.m_readObjectCount != 0 || object->m_values.m_added != nullptr))
+        {
+            Collect(object);
+        }
     }
     if (values.m_added != nullptr)
     {

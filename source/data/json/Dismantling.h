@@ -16,12 +16,12 @@ public:
     Dismantling& operator=(const Dismantling&) = delete;
     ~Dismantling();
 
-    // Takes the objects out of the values that only they own.
+    // Takes the objects out of the values that only they own. Of a map, nothing is left but its destruction.
     void Collect(ValueMap& values) noexcept;
     void Collect(DataValue& value) noexcept;
 
 private:
-    void CollectLists(DataValue& value) noexcept;
+    bool CollectLists(DataValue& value) noexcept;
     void Collect(std::shared_ptr<DataObject>& object) noexcept;
     void HandOverTo(Dismantling& other) noexcept;
 

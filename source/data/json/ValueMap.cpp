@@ -8,8 +8,6 @@
 namespace Quoll::Json
 {
 
-ValueMap::ValueMap() noexcept = default;
-
 ValueMap::ValueMap(ValueMap&& other) noexcept
     : m_chunk(std::move(other.m_chunk))
     , m_read(std::exchange(other.m_read, nullptr))
