@@ -17,36 +17,46 @@ constexpr std::size_t ExpectedBytes = 512;
 constexpr std::size_t ExpectedBytesPerUnit = 8;
 constexpr std::size_t MuchText = 0x10000;
 
-// How many units of a key make its order. They can be read behind a shorter key too.
-constexpr std::size_t OrderUnits = 4;
-
-// Numbers that are in the same order as the keys, as far as these differ in their first units. They have a bit
-// to spare, so that their differences have a sign.
-std::int64_t GetOrder(const WChar* key, std::size_t size) noexcept
+// Numbers that are in the same order as the keys, as far as these differ in their first units.
+std::uint64_t GetOrder(WStringView key) noexcept
 {
-    constexpr std::uint64_t masks[OrderUnits + 1] = {0, 0xFFFFull << 48, 0xFFFFFFFFull << 32, 0xFFFFFFFFFFFFull << 16,
-                                                     ~0ull};
-    const std::uint64_t order =
-        std::uint64_t{key[0]} << 48 | std::uint64_t{key[1]} << 32 | std::uint64_t{key[2]} << 16 | key[3];
-    return static_cast<std::int64_t>((order & masks[std::min(size, OrderUnits)]) >> 1);
+    std::uint64_t order = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        order = order << 16 | (i < key.size() ? key[i] : WChar{0});
+    }
+    return order;
 }
 
 } // namespace
 
 DocumentBuilder::DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept
     : m_allowDuplicates(allowDuplicates)
+    , m_mayNeedLists(textSize > MaxReadSize)
     , m_chunks(ExpectedBytes + std::min(textSize, MuchText) * ExpectedBytesPerUnit)
 {
 }
 
+// The object, its entries, and what they hold lie one behind the other.
 std::shared_ptr<DataObject> DocumentBuilder::CloseObject()
 {
-    const Level level = m_levels.GetTop();
-    SortMembers(level.firstMember, m_members.GetSize());
-    std::shared_ptr<DataObject> object = MakeObject(level);
+    using Allocator = Detail::ChunkAllocator<DataObject>;
+    const Level& level = m_levels.GetTop();
+    const Content content{m_members.GetSize() - level.firstMember, m_units.GetSize() - level.firstUnit,
+                          m_texts.GetSize() - level.firstText, m_objects.GetSize() - level.firstObject};
+    const std::size_t size = content.GetSize();
+    Detail::Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + Detail::Chunk::RoundUp(size));
+    std::shared_ptr<DataObject> object = std::allocate_shared<DataObject>(Allocator(chunk));
+    if (content.members > 0)
+    {
+        object->m_values.m_chunk.Borrow(chunk);
+        object->m_values.m_read = static_cast<ValueMap::value_type*>(chunk.TakeMore(size));
+        MoveContent(content, object->m_values);
+        FillMap(content, object->m_values);
+    }
     m_members.Shrink(level.firstMember);
+    m_keyOrders.Shrink(level.firstMember);
     m_units.Shrink(level.firstUnit);
-    m_textBegin = level.firstUnit;
     m_texts.Shrink(level.firstText);
     m_objects.Shrink(level.firstObject);
     m_levels.Shrink(m_levels.GetSize() - 1);
@@ -88,55 +98,35 @@ inline WStringView DocumentBuilder::GetKey(const Member& member) noexcept
     return {m_units.begin() + member.key.begin, member.key.size};
 }
 
+// Most objects have few members, and a value for each. False if these can't be put in order in short.
+inline bool DocumentBuilder::RankMembers(const Content& content, KeyRanks& ranks)
+{
+    if (content.members > KeyRanks::Capacity || m_mayNeedLists)
+    {
+        return false;
+    }
+    unsigned kinds = 0;
+    for (const Member* member = m_members.end() - content.members; member != m_members.end(); ++member)
+    {
+        kinds |= static_cast<unsigned>(member->kind);
+    }
+    m_keyOrders.Reserve(KeyRanks::BlockSize);
+    return (kinds & RareKinds) == 0 && ranks.Rank(m_keyOrders.end() - content.members, content.members);
+}
+
 // By key, and in the order of the text where keys are the same.
 void DocumentBuilder::SortMembers(std::size_t first, std::size_t last)
 {
     const std::size_t count = last - first;
-    // Something can be read behind a short key that is the last of all texts.
-    std::fill_n(m_units.Reserve(OrderUnits), OrderUnits, WChar{0});
     m_sorted.Shrink(0);
     SortedMember* const sorted = m_sorted.Reserve(count);
     m_sorted.Take(count);
-    if (count <= MaxRankedMembers && RankMembers(first, count, sorted))
-    {
-        return;
-    }
     for (std::size_t i = 0; i < count; ++i)
     {
         const Member& member = m_members[first + i];
-        sorted[i] = {GetOrder(GetKey(member).data(), member.key.size), &member};
+        sorted[i] = {GetOrder(GetKey(member)), &member};
     }
     std::sort(sorted, sorted + count, [this](const auto& left, const auto& right) { return IsBefore(left, right); });
-}
-
-// Sorts a few members by counting for each those that come before it: branches would be guessed wrong half
-// of the time. False if two keys begin alike.
-bool DocumentBuilder::RankMembers(std::size_t first, std::size_t count, SortedMember* sorted)
-{
-    std::array<std::int64_t, MaxRankedMembers> orders;
-    std::array<std::size_t, MaxRankedMembers> ranks;
-    bool isTied = false;
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        const Text& key = m_members[first + i].key;
-        const std::int64_t order = GetOrder(m_units.begin() + key.begin, key.size);
-        std::size_t rank = i;
-        for (std::size_t k = 0; k < i; ++k)
-        {
-            const std::int64_t difference = order - orders[k];
-            const std::size_t isBehind = static_cast<std::uint64_t>(difference) >> 63;
-            ranks[k] += isBehind;
-            rank -= isBehind;
-            isTied |= difference == 0;
-        }
-        orders[i] = order;
-        ranks[i] = rank;
-    }
-    for (std::size_t i = 0; i < count && !isTied; ++i)
-    {
-        sorted[ranks[i]] = {orders[i], &m_members[first + i]};
-    }
-    return !isTied;
 }
 
 // A key is refused when it comes behind one that got a value, whatever comes behind itself.
@@ -148,52 +138,78 @@ void DocumentBuilder::CheckDuplicate(const SortedMember& before, const SortedMem
     }
 }
 
-// The object, its entries, and what they hold lie one behind the other.
-std::shared_ptr<DataObject> DocumentBuilder::MakeObject(const Level& level)
-{
-    using Allocator = Detail::ChunkAllocator<DataObject>;
-    const std::size_t objects = m_objects.GetSize() - level.firstObject;
-    const std::size_t texts = m_texts.GetSize() - level.firstText;
-    const std::size_t units = m_units.GetSize() - level.firstUnit;
-    const std::size_t blocks = (units + RoomToSpare - 1) / RoomToSpare;
-    const std::size_t size = m_sorted.GetSize() * sizeof(ValueMap::value_type) +
-                             objects * sizeof(std::shared_ptr<DataObject>) + texts * sizeof(WStringView) +
-                             blocks * RoomToSpare * sizeof(WChar);
-    Detail::Chunk& chunk = m_chunks.GetChunk(Allocator::MaxSize + Detail::Chunk::RoundUp(size));
-    std::shared_ptr<DataObject> object = std::allocate_shared<DataObject>(Allocator(chunk));
-    if (m_sorted.GetSize() > 0)
-    {
-        ValueMap& map = object->m_values;
-        map.m_chunk.Borrow(chunk);
-        map.m_read = static_cast<ValueMap::value_type*>(chunk.TakeMore(size));
-        map.m_readObjects = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + m_sorted.GetSize());
-        map.m_readObjectCount = objects;
-        std::uninitialized_move_n(m_objects.begin() + level.firstObject, objects, map.m_readObjects);
-        auto* const views = reinterpret_cast<WStringView*>(map.m_readObjects + objects);
-        auto* const copies = reinterpret_cast<WChar*>(views + texts);
-        for (std::size_t i = 0; i < blocks * RoomToSpare; i += RoomToSpare)
-        {
-            std::memcpy(copies + i, m_units.begin() + level.firstUnit + i, RoomToSpare * sizeof(WChar));
-        }
-        SetPlace(DataValue::Form::Text, copies, level.firstUnit);
-        SetPlace(DataValue::Form::Texts, views, level.firstText);
-        SetPlace(DataValue::Form::Objects, map.m_readObjects, level.firstObject);
-        for (std::size_t i = 0; i < texts; ++i)
-        {
-            std::construct_at(views + i, GetCopy(m_texts[level.firstText + i]));
-        }
-        FillEntries(map);
-    }
-    return object;
-}
-
 template<class Item>
 void DocumentBuilder::SetPlace(DataValue::Form form, Item* items, std::size_t first) noexcept
 {
-    m_places[static_cast<std::size_t>(form)] = {reinterpret_cast<std::byte*>(items), first, sizeof(Item)};
+    m_places[static_cast<std::size_t>(form)] = reinterpret_cast<std::uintptr_t>(items) - first * sizeof(Item);
 }
 
-void DocumentBuilder::FillEntries(ValueMap& map)
+inline void* DocumentBuilder::FindPlace(DataValue::Form form, std::size_t index) const noexcept
+{
+    static constexpr std::size_t itemSizes[] = {0, sizeof(WChar), sizeof(WStringView),
+                                                sizeof(std::shared_ptr<DataObject>)};
+    const auto i = static_cast<std::size_t>(form);
+    return reinterpret_cast<void*>(m_places[i] + index * itemSizes[i]);
+}
+
+// A text in the memory of the object that closes.
+inline WStringView DocumentBuilder::GetCopy(const Text& text) const noexcept
+{
+    return {static_cast<const WChar*>(FindPlace(DataValue::Form::Text, text.begin)), text.size};
+}
+
+// Moves what the values hold to where it will lie, behind the entries.
+inline void DocumentBuilder::MoveContent(const Content& content, ValueMap& map) noexcept
+{
+    auto* const objects = reinterpret_cast<std::shared_ptr<DataObject>*>(map.m_read + content.members);
+    auto* const views = reinterpret_cast<WStringView*>(objects + content.objects);
+    auto* const copies = reinterpret_cast<WChar*>(views + content.texts);
+    const WChar* const units = m_units.end() - content.units;
+    std::fill_n(m_units.end(), RoomToSpare, WChar{0});
+    std::size_t copied = 0;
+    for (; copied < content.units; copied += RoomToSpare)
+    {
+        std::memcpy(copies + copied, units + copied, RoomToSpare * sizeof(WChar));
+    }
+    std::fill_n(copies + copied, RoomToSpare, WChar{0});
+    SetPlace(DataValue::Form::Text, copies, m_units.GetSize() - content.units);
+    const Text* const texts = m_texts.end() - content.texts;
+    for (std::size_t i = 0; i < content.texts; ++i)
+    {
+        std::construct_at(views + i, GetCopy(texts[i]));
+    }
+    SetPlace(DataValue::Form::Texts, views, m_texts.GetSize() - content.texts);
+    std::uninitialized_move_n(m_objects.end() - content.objects, content.objects, objects);
+    SetPlace(DataValue::Form::Objects, objects, m_objects.GetSize() - content.objects);
+    map.m_readObjects = objects;
+    map.m_readObjectCount = content.objects;
+}
+
+inline void DocumentBuilder::FillMap(const Content& content, ValueMap& map)
+{
+    KeyRanks ranks;
+    if (RankMembers(content, ranks))
+    {
+        FillRanked(content, ranks, map);
+    }
+    else
+    {
+        SortMembers(m_members.GetSize() - content.members, m_members.GetSize());
+        FillSorted(map);
+    }
+}
+
+inline void DocumentBuilder::FillRanked(const Content& content, const KeyRanks& ranks, ValueMap& map) noexcept
+{
+    const Member* const members = m_members.end() - content.members;
+    for (std::size_t i = 0; i < content.members; ++i)
+    {
+        FillValue(members[i], MakeEntry(members[i], map.m_read + ranks[i]));
+    }
+    map.m_readCount = content.members;
+}
+
+void DocumentBuilder::FillSorted(ValueMap& map)
 {
     const SortedMember* before = nullptr;
     for (const SortedMember& sorted : m_sorted)
@@ -215,21 +231,37 @@ void DocumentBuilder::FillEntries(ValueMap& map)
             continue;
         }
         before = &sorted;
-        auto* const entry = std::construct_at(map.m_read + map.m_readCount, std::piecewise_construct,
-                                              std::forward_as_tuple(GetCopy(member.key)), std::tuple<>());
+        DataValue& value = MakeEntry(member, map.m_read + map.m_readCount);
         ++map.m_readCount;
-        FillValue(member, entry->second);
+        FillValue(member, value);
+        if (NeedsLists(member))
+        {
+            FillLists(member, value);
+        }
     }
 }
 
-void DocumentBuilder::FillValue(const Member& member, DataValue& value)
+inline DataValue& DocumentBuilder::MakeEntry(const Member& member, ValueMap::value_type* place) noexcept
 {
-    value.m_read = m_places[static_cast<std::size_t>(member.shape.form)].Find(member.begin);
+    std::construct_at(place, std::piecewise_construct, std::forward_as_tuple(GetCopy(member.key)), std::tuple<>());
+    return place->second;
+}
+
+inline void DocumentBuilder::FillValue(const Member& member, DataValue& value) noexcept
+{
+    value.m_read = FindPlace(member.shape.form, member.content.begin);
     value.m_shape = member.shape;
-    if (member.needsLists)
-    {
-        FillLists(member, value);
-    }
+}
+
+bool DocumentBuilder::NeedsLists(const Member& member) const noexcept
+{
+    return member.kind == Kind::MixedArray || member.content.size > MaxReadSize;
+}
+
+// Of an array.
+DocumentBuilder::Range DocumentBuilder::GetObjects(const Member& member) const noexcept
+{
+    return member.shape.form == DataValue::Form::Objects ? member.content : Range{};
 }
 
 void DocumentBuilder::FillLists(const Member& member, DataValue& value)
@@ -238,36 +270,29 @@ void DocumentBuilder::FillLists(const Member& member, DataValue& value)
     DataValue::Lists& lists = value.EditLists();
     if (member.kind == Kind::Text)
     {
-        lists.values.emplace_back(GetCopy({member.begin, member.textSize}));
+        lists.values.emplace_back(GetCopy(member.content));
         return;
     }
-    for (std::size_t i = 0; i < member.textCount; ++i)
+    for (std::size_t i = 0; i < member.texts.size; ++i)
     {
-        lists.values.emplace_back(GetText(member.firstText + i));
+        lists.values.emplace_back(GetText(member.texts.begin + i));
     }
-    for (std::size_t i = 0; i < member.objectCount; ++i)
+    const Range objects = GetObjects(member);
+    for (std::size_t i = 0; i < objects.size; ++i)
     {
-        lists.objects.push_back(std::move(GetObject(member.firstObject + i)));
+        lists.objects.push_back(std::move(GetObject(objects.begin + i)));
     }
-}
-
-// A text in the memory of the object that closes.
-WStringView DocumentBuilder::GetCopy(const Text& text) const noexcept
-{
-    const Place& place = m_places[static_cast<std::size_t>(DataValue::Form::Text)];
-    return {static_cast<const WChar*>(place.Find(text.begin)), text.size};
 }
 
 // A text of an array.
 WStringView DocumentBuilder::GetText(std::size_t index) const noexcept
 {
-    return *static_cast<const WStringView*>(m_places[static_cast<std::size_t>(DataValue::Form::Texts)].Find(index));
+    return *static_cast<const WStringView*>(FindPlace(DataValue::Form::Texts, index));
 }
 
 std::shared_ptr<DataObject>& DocumentBuilder::GetObject(std::size_t index) const noexcept
 {
-    const Place& place = m_places[static_cast<std::size_t>(DataValue::Form::Objects)];
-    return *static_cast<std::shared_ptr<DataObject>*>(place.Find(index));
+    return *static_cast<std::shared_ptr<DataObject>*>(FindPlace(DataValue::Form::Objects, index));
 }
 
 // Does to the value of the same key before what reading this one does.
@@ -281,12 +306,13 @@ void DocumentBuilder::Apply(const Member& member, DataValue& value)
         value.SetNull();
         break;
     case Kind::Text:
-        value.SetValue(WString(GetCopy({member.begin, member.textSize})), member.shape.type);
+        value.SetValue(WString(GetCopy(member.content)), member.shape.type);
         break;
     case Kind::Object:
-        value.SetObject(std::move(GetObject(member.begin)));
+        value.SetObject(std::move(GetObject(member.content.begin)));
         break;
     case Kind::Array:
+    case Kind::MixedArray:
         ApplyArray(member, value);
         break;
     }
@@ -294,7 +320,8 @@ void DocumentBuilder::Apply(const Member& member, DataValue& value)
 
 void DocumentBuilder::ApplyArray(const Member& member, DataValue& value)
 {
-    if (member.textCount + member.objectCount == 0)
+    const Range objects = GetObjects(member);
+    if (member.texts.size + objects.size == 0)
     {
         value.AddEmptyArray();
         return;
@@ -303,13 +330,13 @@ void DocumentBuilder::ApplyArray(const Member& member, DataValue& value)
     const bool areObjectsFirst = member.shape.type != EType::Object;
     for (const bool areObjects : {areObjectsFirst, !areObjectsFirst})
     {
-        for (std::size_t i = 0; areObjects && i < member.objectCount; ++i)
+        for (std::size_t i = 0; areObjects && i < objects.size; ++i)
         {
-            value.AddObject(std::move(GetObject(member.firstObject + i)));
+            value.AddObject(std::move(GetObject(objects.begin + i)));
         }
-        for (std::size_t i = 0; !areObjects && i < member.textCount; ++i)
+        for (std::size_t i = 0; !areObjects && i < member.texts.size; ++i)
         {
-            value.AddText(WString(GetText(member.firstText + i)), member.textType);
+            value.AddText(WString(GetText(member.texts.begin + i)), member.textType);
         }
     }
 }

@@ -3,6 +3,7 @@
 
 #include "Quoll/JsonObject.h"
 #include "data/json/Chunk.h"
+#include "data/json/KeyRanks.h"
 #include "data/json/Stack.h"
 
 #include <array>
@@ -21,19 +22,17 @@ public:
     DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept;
 
     void OpenObject();
-    // Room for so many more units of a text.
+    // Room for so many units, where the next text begins. It becomes one of the operations that take its size.
     WChar* GetTextRoom(std::size_t size);
-    // Makes units that were put there part of the text.
-    void WriteText(std::size_t size) noexcept;
-    // Forgets the text. The operations that follow take it otherwise, and the next text begins.
-    void DropText() noexcept;
-    void AddKey();
+    // The same behind a part of the text that was put there, which may move.
+    WChar* GetTextRoom(WChar* behind, std::size_t size);
+    void AddKey(std::size_t size);
     // The value of the key added last. A key without a value is dropped in the end.
-    void SetText(EType type) noexcept;
+    void SetText(EType type, std::size_t size) noexcept;
     void SetNull() noexcept;
     void SetObject(std::shared_ptr<DataObject> object);
     void OpenArray() noexcept;
-    void AddText(EType type);
+    void AddText(EType type, std::size_t size);
     void AddObject(std::shared_ptr<DataObject> object);
     void CloseArray() noexcept;
     // Whether the innermost object is in an array of the one around it.
@@ -54,40 +53,37 @@ public:
 private:
     enum class Kind : std::uint8_t
     {
-        Missing,
         Null,
         Text,
         Object,
-        Array
+        Array,
+        Missing = 0x80,
+        MixedArray
     };
+    static constexpr unsigned RareKinds = 0x80; // the bit of the kinds that an object seldom has
 
-    // Texts are named by the place of their first unit.
-    struct Text
+    // Units, texts or objects, by the place of the first. Texts are named by units.
+    struct Range
     {
         std::size_t begin;
         std::size_t size;
     };
+    using Text = Range;
 
     struct Member
     {
         Text key;
-        // What the value will have: a text, or the texts or objects from a place on.
+        Range content; // what the value will have, according to its shape
         DataValue::Shape shape;
-        std::size_t begin;
-        std::size_t textSize;
         Kind kind;
-        bool needsLists; // since there is no such shape
-        // Of an array.
-        EType textType; // that of the first text
-        std::size_t firstText;
-        std::size_t textCount;
-        std::size_t firstObject;
-        std::size_t objectCount;
+        // Of an array: the type of its first text, and all of these. While it is open, its content are the objects.
+        EType textType;
+        Range texts;
     };
 
     struct SortedMember
     {
-        std::int64_t order; // of the first units of the key
+        std::uint64_t order; // of the first units of the key
         const Member* member;
     };
 
@@ -100,53 +96,67 @@ private:
         std::size_t firstObject;
     };
 
-    static constexpr std::size_t MaxRankedMembers = 16;
+    // What the object that closes will hold.
+    struct Content
+    {
+        std::size_t members;
+        std::size_t units;
+        std::size_t texts;
+        std::size_t objects;
+
+        // Behind each text there is a block that can be read.
+        std::size_t CountBlocks() const noexcept
+        {
+            return (units + RoomToSpare - 1) / RoomToSpare + 1;
+        }
+        std::size_t GetSize() const noexcept
+        {
+            return members * sizeof(ValueMap::value_type) + objects * sizeof(std::shared_ptr<DataObject>) +
+                   texts * sizeof(WStringView) + CountBlocks() * RoomToSpare * sizeof(WChar);
+        }
+    };
 
     // Beyond that a value keeps lists.
     static constexpr std::size_t MaxReadSize = std::numeric_limits<std::uint32_t>::max();
 
-    Text TakeText() noexcept;
-    void SetContent(Kind kind, EType type, DataValue::Form form, const Text& place) noexcept;
+    Text TakeText(std::size_t size) noexcept;
+    void SetContent(Kind kind, EType type, DataValue::Form form, const Range& content) noexcept;
+    bool RankMembers(const Content& content, KeyRanks& ranks);
     void SortMembers(std::size_t first, std::size_t last);
-    bool RankMembers(std::size_t first, std::size_t count, SortedMember* sorted);
     void CheckDuplicate(const SortedMember& before, const SortedMember& member);
     bool IsBefore(const SortedMember& left, const SortedMember& right) noexcept;
     bool IsSameKey(const SortedMember& left, const SortedMember& right) noexcept;
     WStringView GetKey(const Member& member) noexcept;
-    std::shared_ptr<DataObject> MakeObject(const Level& level);
-    void FillEntries(ValueMap& map);
-    void FillValue(const Member& member, DataValue& value);
+    void MoveContent(const Content& content, ValueMap& map) noexcept;
+    void FillMap(const Content& content, ValueMap& map);
+    void FillRanked(const Content& content, const KeyRanks& ranks, ValueMap& map) noexcept;
+    void FillSorted(ValueMap& map);
+    DataValue& MakeEntry(const Member& member, ValueMap::value_type* place) noexcept;
+    void FillValue(const Member& member, DataValue& value) noexcept;
+    bool NeedsLists(const Member& member) const noexcept;
+    Range GetObjects(const Member& member) const noexcept;
     void FillLists(const Member& member, DataValue& value);
     void Apply(const Member& member, DataValue& value);
     void ApplyArray(const Member& member, DataValue& value);
     template<class Item>
     void SetPlace(DataValue::Form form, Item* items, std::size_t first) noexcept;
+    void* FindPlace(DataValue::Form form, std::size_t index) const noexcept;
     WStringView GetCopy(const Text& text) const noexcept;
     WStringView GetText(std::size_t index) const noexcept;
     std::shared_ptr<DataObject>& GetObject(std::size_t index) const noexcept;
 
     bool m_allowDuplicates;
+    bool m_mayNeedLists; // as the text is very long
     Detail::ChunkSource m_chunks;
     Stack<Level, 8> m_levels;
     Stack<Member, 32> m_members;
+    Stack<KeyOrder, 32> m_keyOrders; // of the members
     Stack<WChar, 512> m_units;
-    std::size_t m_textBegin = 0; // where the text begins that is being read
     Stack<Text, 32> m_texts;
     Stack<std::shared_ptr<DataObject>, 16> m_objects;
     Stack<SortedMember, 32> m_sorted;
-    // Where the object that closes has what the values hold, by their forms.
-    struct Place
-    {
-        std::byte* memory = nullptr;
-        std::size_t first = 0; // what stands there
-        std::size_t itemSize = 0;
-
-        void* Find(std::size_t index) const noexcept
-        {
-            return memory + (index - first) * itemSize;
-        }
-    };
-    std::array<Place, 4> m_places;
+    // By the forms of values: where the object that closes would have the first of all units, texts or objects.
+    std::array<std::uintptr_t, 4> m_places{};
 };
 
 inline void DocumentBuilder::OpenObject()
@@ -159,42 +169,38 @@ inline WChar* DocumentBuilder::GetTextRoom(std::size_t size)
     return m_units.Reserve(size + RoomToSpare);
 }
 
-inline void DocumentBuilder::WriteText(std::size_t size) noexcept
+inline WChar* DocumentBuilder::GetTextRoom(WChar* behind, std::size_t size)
 {
+    return m_units.ReserveBehind(behind, size + RoomToSpare);
+}
+
+inline DocumentBuilder::Text DocumentBuilder::TakeText(std::size_t size) noexcept
+{
+    const std::size_t begin = m_units.GetSize();
     m_units.Take(size);
+    return {begin, size};
 }
 
-inline void DocumentBuilder::DropText() noexcept
+inline void DocumentBuilder::AddKey(std::size_t size)
 {
-    m_units.Shrink(m_textBegin);
-}
-
-inline DocumentBuilder::Text DocumentBuilder::TakeText() noexcept
-{
-    const std::size_t begin = std::exchange(m_textBegin, m_units.GetSize());
-    return {begin, m_textBegin - begin};
-}
-
-inline void DocumentBuilder::AddKey()
-{
+    m_keyOrders.Push(GetKeyOrder(m_units.end(), size));
     Member& member = m_members.Push();
-    member.key = TakeText();
+    member.key = TakeText(size);
     member.kind = Kind::Missing;
 }
 
-inline void DocumentBuilder::SetContent(Kind kind, EType type, DataValue::Form form, const Text& place) noexcept
+inline void DocumentBuilder::SetContent(Kind kind, EType type, DataValue::Form form, const Range& content) noexcept
 {
     Member& member = m_members.GetTop();
-    member.shape = {static_cast<std::uint32_t>(place.size), form, type, kind == Kind::Array};
-    member.begin = place.begin;
-    member.textSize = place.size;
+    member.content = content;
+    member.shape = {static_cast<std::uint32_t>(content.size), form, type,
+                    kind == Kind::Array || kind == Kind::MixedArray};
     member.kind = kind;
-    member.needsLists = place.size > MaxReadSize;
 }
 
-inline void DocumentBuilder::SetText(EType type) noexcept
+inline void DocumentBuilder::SetText(EType type, std::size_t size) noexcept
 {
-    SetContent(Kind::Text, type, DataValue::Form::Text, TakeText());
+    SetContent(Kind::Text, type, DataValue::Form::Text, TakeText(size));
 }
 
 inline void DocumentBuilder::SetNull() noexcept
@@ -213,44 +219,44 @@ inline void DocumentBuilder::OpenArray() noexcept
     Member& member = m_members.GetTop();
     member.kind = Kind::Array;
     member.shape.type = EType::EmptyArray;
-    member.firstText = m_texts.GetSize();
-    member.textCount = 0;
-    member.firstObject = m_objects.GetSize();
-    member.objectCount = 0;
+    member.texts.begin = m_texts.GetSize();
+    member.content.begin = m_objects.GetSize();
 }
 
-inline void DocumentBuilder::AddText(EType type)
+inline void DocumentBuilder::AddText(EType type, std::size_t size)
 {
-    m_texts.Push(TakeText());
     Member& member = m_members.GetTop();
-    if (member.textCount++ == 0)
+    if (member.texts.begin == m_texts.GetSize())
     {
         member.shape.type = type;
         member.textType = type;
     }
+    m_texts.Push(TakeText(size));
 }
 
 inline void DocumentBuilder::AddObject(std::shared_ptr<DataObject> object)
 {
-    m_objects.Push(std::move(object));
     Member& member = m_members.GetTop();
-    if (member.objectCount++ == 0)
+    if (member.content.begin == m_objects.GetSize())
     {
         member.shape.type = EType::Object;
     }
+    m_objects.Push(std::move(object));
 }
 
 inline void DocumentBuilder::CloseArray() noexcept
 {
     Member& member = m_members.GetTop();
-    if (member.objectCount == 0)
+    member.texts.size = m_texts.GetSize() - member.texts.begin;
+    const Range objects{member.content.begin, m_objects.GetSize() - member.content.begin};
+    if (objects.size == 0)
     {
-        SetContent(Kind::Array, member.shape.type, DataValue::Form::Texts, {member.firstText, member.textCount});
+        SetContent(Kind::Array, member.shape.type, DataValue::Form::Texts, member.texts);
     }
     else
     {
-        SetContent(Kind::Array, member.shape.type, DataValue::Form::Objects, {member.firstObject, member.objectCount});
-        member.needsLists = member.needsLists || member.textCount > 0;
+        const Kind kind = member.texts.size == 0 ? Kind::Array : Kind::MixedArray;
+        SetContent(kind, member.shape.type, DataValue::Form::Objects, objects);
     }
 }
 

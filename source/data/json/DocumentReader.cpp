@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 namespace Quoll::Json
@@ -15,6 +16,7 @@ DocumentReader::DocumentReader(WStringView text, bool allowDuplicates) noexcept
     : m_begin(text.data())
     , m_next(m_begin)
     , m_end(text.data() + text.size())
+    , m_lastBlocks(m_end - std::min<std::ptrdiff_t>(m_end - m_begin, BlockSize - 1))
     , m_builder(allowDuplicates, text.size())
 {
 }
@@ -33,131 +35,163 @@ inline WChar DocumentReader::GetUnit(const WChar* next) const noexcept
     return next != m_end ? *next : WChar{0};
 }
 
-// Takes the text behind an opening quote and its closing one. Null if there is none.
-inline const WChar* DocumentReader::TakeText(const WChar* next)
+// Whether the next token is the unit. The place moves up to that token.
+inline bool DocumentReader::IsNext(const WChar*& next, WChar unit) const noexcept
 {
+    if (GetUnit(next) == unit)
+    {
+        return true; // as in text without white space
+    }
+    next = SkipToToken(next);
+    return GetUnit(next) == unit;
+}
+
+// Takes the text behind an opening quote and its closing one.
+inline DocumentReader::Token DocumentReader::TakeText(const WChar* next)
+{
+    WChar* const room = m_builder.GetTextRoom(BlockSize);
+    if (next >= m_lastBlocks) [[unlikely]]
+    {
+        return m_end - m_begin < BlockSize ? TakeRareText(next) : TakeLongText(next, CopyLastUnits(next, room));
+    }
     // Most texts are short and have no escape.
-    if (m_end - next >= BlockSize)
+    const unsigned found = CopyBlock(next, room);
+    const auto count = std::countr_zero(found);
+    if (found != 0 && next[count] == '"') [[likely]]
     {
-        const unsigned found = CopyBlock(next, m_builder.GetTextRoom(BlockSize));
-        const auto count = std::countr_zero(found);
-        if (found != 0 && next[count] == '"')
-        {
-            m_builder.WriteText(static_cast<std::size_t>(count));
-            return next + count + 1;
-        }
+        return {next + count + 1, static_cast<std::size_t>(count)};
     }
-    return TakeLongText(next);
+    return TakeLongText(next, found);
 }
 
-const WChar* DocumentReader::TakeLongText(const WChar* begin)
+// CopyBlock for fewer units, as if a quote came behind them.
+unsigned DocumentReader::CopyLastUnits(const WChar* next, WChar* to) const noexcept
 {
-    for (const WChar* next = begin; m_end - next >= BlockSize;)
-    {
-        const unsigned found = CopyBlock(next, m_builder.GetTextRoom(BlockSize));
-        const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
-        m_builder.WriteText(static_cast<std::size_t>(count));
-        next += count;
-        if (found == 0)
-        {
-            continue;
-        }
-        if (*next == '"')
-        {
-            return next + 1;
-        }
-        if (m_end - next < 2 || next[1] == 'u')
-        {
-            break;
-        }
-        if (const WChar unit = Utilities::FindMaskedUnit(next[1]); unit != 0)
-        {
-            *m_builder.GetTextRoom(1) = unit;
-            m_builder.WriteText(1);
-        }
-        next += 2;
-    }
-    m_builder.DropText();
-    return TakeRareText(begin);
+    std::copy(next, m_end, to);
+    WChar ignored[BlockSize];
+    const auto count = m_end - next;
+    return CopyBlock(m_end - BlockSize, ignored) >> (BlockSize - count) | 1u << count;
 }
 
-// For the last units of the document, and for escapes with digits: these are looked at when the end of the
-// string is known.
-const WChar* DocumentReader::TakeRareText(const WChar* begin)
+// The first block is copied, and what was found in it is known.
+DocumentReader::Token DocumentReader::TakeLongText(const WChar* next, unsigned found)
+{
+    const WChar* const begin = next;
+    std::size_t size = 0;
+    for (WChar* to = m_builder.GetTextRoom(BlockSize);;)
+    {
+        const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
+        next += count;
+        to += count;
+        size += static_cast<std::size_t>(count);
+        if (found != 0)
+        {
+            if (next == m_end || *next == '"' || m_end - next < 2 || next[1] == 'u')
+            {
+                break;
+            }
+            const WChar unit = Utilities::FindMaskedUnit(next[1]);
+            *to = unit;
+            to += unit != 0 ? 1 : 0;
+            size += unit != 0 ? 1 : 0;
+            next += 2;
+        }
+        to = m_builder.GetTextRoom(to, BlockSize);
+        // What was found behind the escape is known already, and no reason to wait for the next block.
+        const unsigned known = found >> count >> 2;
+        if (next >= m_lastBlocks)
+        {
+            found = CopyLastUnits(next, to);
+        }
+        else if (known == 0)
+        {
+            found = CopyBlock(next, to);
+        }
+        else
+        {
+            std::memcpy(to, next, BlockSize * sizeof(WChar));
+            found = known;
+        }
+    }
+    return next != m_end && *next == '"' ? Token{next + 1, size} : TakeRareText(begin);
+}
+
+// Escapes with digits are looked at when the end of the string is known.
+DocumentReader::Token DocumentReader::TakeRareText(const WChar* begin)
 {
     const QuotedText quoted = FindClosingQuote(begin, m_end);
     if (quoted.end == nullptr)
     {
-        return nullptr;
+        return {};
     }
     const WStringView text(begin, quoted.end);
-    m_builder.WriteText(Utilities::Unescape(text, m_builder.GetTextRoom(text.size())));
-    return quoted.end + 1;
+    return {quoted.end + 1, Utilities::Unescape(text, m_builder.GetTextRoom(text.size()))};
 }
 
 // Begins at a sign or a digit.
-inline const WChar* DocumentReader::TakeInteger(const WChar* next)
+inline DocumentReader::Token DocumentReader::TakeInteger(const WChar* next)
 {
-    *m_builder.GetTextRoom(1) = *next++;
-    m_builder.WriteText(1);
-    while (m_end - next >= BlockSize)
+    if (next < m_lastBlocks) [[likely]]
     {
-        const unsigned found = CopyDigits(next, m_builder.GetTextRoom(BlockSize));
-        const auto count = found != 0 ? std::countr_zero(found) : BlockSize;
-        m_builder.WriteText(static_cast<std::size_t>(count));
-        next += count;
-        if (found != 0)
+        const unsigned found = CopyDigits(next, m_builder.GetTextRoom(BlockSize)) & ~1u;
+        if (found != 0) [[likely]]
         {
-            return next;
+            const auto count = std::countr_zero(found);
+            return {next + count, static_cast<std::size_t>(count)};
         }
     }
-    for (; Utilities::IsDigit(GetUnit(next)); ++next)
-    {
-        *m_builder.GetTextRoom(1) = *next;
-        m_builder.WriteText(1);
-    }
-    return next;
+    const WChar* const end = SkipInteger(next, m_end);
+    const auto size = static_cast<std::size_t>(end - next);
+    std::copy(next, end, m_builder.GetTextRoom(size));
+    return {end, size};
 }
 
-// Takes the word if it is there; otherwise the place stays.
+// Behind the word, if it is there.
 inline const WChar* DocumentReader::TakeWord(const WChar* next, WStringView word) const noexcept
 {
     return WStringView(next, m_end).starts_with(word) ? next + word.size() : next;
 }
 
-// Takes a string, an integer or a boolean; the type is null if there is none. Of a string that no
-// quote ends just the opening quote is taken, and what stands behind it may be a value.
-inline DocumentReader::Scalar DocumentReader::TakeScalar(const WChar* next)
+// Whether there is a string behind the quote. If no other ends it, the place stays behind the quote, and what
+// comes there may be another value.
+template<class Add>
+inline bool DocumentReader::TakeString(const WChar*& next, Add add)
 {
-    WChar unit = GetUnit(next);
-    if (unit == '"')
+    const Token text = TakeText(++next);
+    if (text.behind == nullptr) [[unlikely]]
     {
-        ++next;
-        if (const WChar* const behind = TakeText(next))
-        {
-            return {behind, EType::String};
-        }
         next = SkipToToken(next);
-        unit = GetUnit(next);
+        return false;
     }
-    if (Utilities::IsDigit(unit) || unit == '+' || unit == '-')
-    {
-        return {TakeInteger(next), EType::Integer};
-    }
-    return TakeBoolean(next);
+    add(EType::String, text.size);
+    next = text.behind;
+    return true;
 }
 
-DocumentReader::Scalar DocumentReader::TakeBoolean(const WChar* next)
+// Behind an integer or a boolean, if there is one.
+template<class Add>
+inline const WChar* DocumentReader::TakeNumberOrBoolean(const WChar* next, WChar unit, Add add)
+{
+    if (Utilities::IsDigit(unit) || unit == '+' || unit == '-')
+    {
+        const Token number = TakeInteger(next);
+        add(EType::Integer, number.size);
+        return number.behind;
+    }
+    return unit == 't' || unit == 'f' ? TakeBoolean(next, add) : next;
+}
+
+template<class Add>
+inline const WChar* DocumentReader::TakeBoolean(const WChar* next, Add add)
 {
     const WStringView word = GetUnit(next) == 't' ? WStringView("true"_w) : WStringView("false"_w);
     const WChar* const behind = TakeWord(next, word);
-    if (behind == next)
+    if (behind != next)
     {
-        return {next, EType::Null};
+        std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
+        add(EType::Boolean, word.size());
     }
-    std::copy(word.begin(), word.end(), m_builder.GetTextRoom(word.size()));
-    m_builder.WriteText(word.size());
-    return {behind, EType::Boolean};
+    return behind;
 }
 
 // Duplicate keys are looked for when an object closes, so a fault that is found earlier asks for the
@@ -166,17 +200,18 @@ std::shared_ptr<DataObject> DocumentReader::Read()
 {
     try
     {
-        if (CheckUnit('{'))
+        if (IsNext(m_next, '{'))
         {
             m_builder.OpenObject();
-            for (Step step = Step::Member; step != Step::EndOfDocument;)
+            Place place{m_next + 1, Step::Member};
+            while (place.step < Step::EndOfDocument)
             {
-                step = Run(step);
-                if (step == Step::Failure)
-                {
-                    m_builder.CheckOpenObjects();
-                    break;
-                }
+                place = Run(place);
+            }
+            m_next = place.next;
+            if (place.step == Step::Failure)
+            {
+                m_builder.CheckOpenObjects();
             }
         }
     }
@@ -188,73 +223,94 @@ std::shared_ptr<DataObject> DocumentReader::Read()
     return std::move(m_root);
 }
 
-DocumentReader::Step DocumentReader::Run(Step step)
+inline DocumentReader::Place DocumentReader::Run(Place place)
 {
-    switch (step)
+    switch (place.step)
     {
     case Step::Member:
-        return ReadMembers();
+        return ReadMembers(place.next);
     case Step::Element:
-        return ReadElements();
+        return ReadElements(place.next);
     case Step::EndOfArray:
-        return ReadEndOfArray();
+        return ReadEndOfArray(place.next);
     case Step::EndOfObject:
-        return ReadEndOfObject();
+        return ReadEndOfObject(place.next);
     default:
-        return step;
+        return place;
     }
 }
 
-DocumentReader::Step DocumentReader::ReadMembers()
+DocumentReader::Place DocumentReader::ReadMembers(const WChar* next)
 {
-    for (const WChar* next = m_next;; ++next)
+    for (;; ++next)
     {
-        next = SkipToToken(next);
-        if (GetUnit(next) != '"')
+        if (!IsNext(next, '"'))
         {
-            return GoOn(next, Step::EndOfObject);
+            return {next, Step::EndOfObject};
         }
-        const WChar* const behind = TakeText(++next);
-        if (behind == nullptr)
+        const Token key = TakeText(++next);
+        if (key.behind == nullptr)
         {
-            return GoOn(next, Step::EndOfObject);
+            return {next, Step::EndOfObject};
         }
-        m_builder.AddKey();
-        next = SkipToToken(behind);
-        if (GetUnit(next) != ':')
+        m_builder.AddKey(key.size);
+        next = key.behind;
+        if (!IsNext(next, ':'))
         {
-            return GoOn(next, Step::Failure);
+            return {next, Step::Failure};
         }
         next = SkipToToken(next + 1);
-        switch (GetUnit(next))
+        const WChar unit = GetUnit(next);
+        if (unit == '{')
         {
-        case '{':
             m_builder.OpenObject();
-            return GoOn(next + 1, Step::Member);
-        case '[':
-            m_builder.OpenArray();
-            return GoOn(next + 1, Step::Element);
-        default:
-            next = SkipToToken(ReadScalar(next));
+            continue;
         }
-        if (GetUnit(next) != ',')
+        if (unit == '[')
         {
-            return GoOn(next, Step::EndOfObject);
+            m_builder.OpenArray();
+            const Place end = ReadElements(next + 1);
+            next = end.next;
+            if (end.step != Step::EndOfArray)
+            {
+                return end;
+            }
+            if (!CloseArray(next))
+            {
+                return {next, Step::Failure};
+            }
+        }
+        else
+        {
+            next = ReadValue(next, unit);
+        }
+        if (!IsNext(next, ','))
+        {
+            return {next, Step::EndOfObject};
         }
     }
 }
 
-// A value that is missing is no fault.
-inline const WChar* DocumentReader::ReadScalar(const WChar* next)
+// A value that is missing is no fault. It begins with the unit.
+inline const WChar* DocumentReader::ReadValue(const WChar* next, WChar unit)
 {
-    const Scalar scalar = TakeScalar(next);
-    if (scalar.type != EType::Null)
+    const auto set = [this](EType type, std::size_t size) {
+        m_builder.SetText(type, size);
+    };
+    if (unit == '"')
     {
-        m_builder.SetText(scalar.type);
-        return scalar.behind;
+        if (TakeString(next, set))
+        {
+            return next;
+        }
+        unit = GetUnit(next);
     }
-    const WChar* const behind = TakeWord(scalar.behind, "null"_w);
-    if (behind != scalar.behind)
+    if (unit != 'n')
+    {
+        return TakeNumberOrBoolean(next, unit, set);
+    }
+    const WChar* const behind = TakeWord(next, "null"_w);
+    if (behind != next)
     {
         m_builder.SetNull();
     }
@@ -262,76 +318,76 @@ inline const WChar* DocumentReader::ReadScalar(const WChar* next)
 }
 
 // So is an element that is missing.
-DocumentReader::Step DocumentReader::ReadElements()
+DocumentReader::Place DocumentReader::ReadElements(const WChar* next)
 {
-    const WChar* next = m_next;
+    const auto add = [this](EType type, std::size_t size) {
+        m_builder.AddText(type, size);
+    };
     for (;; ++next)
     {
         next = SkipToToken(next);
-        const Scalar scalar = TakeScalar(next);
-        next = scalar.behind;
-        if (scalar.type != EType::Null)
+        if (GetUnit(next) != '"' || !TakeString(next, add))
         {
-            m_builder.AddText(scalar.type);
+            const WChar unit = GetUnit(next);
+            if (unit == '{')
+            {
+                m_builder.OpenObject();
+                return {next + 1, Step::Member};
+            }
+            next = TakeNumberOrBoolean(next, unit, add);
         }
-        else if (GetUnit(next) == '{')
+        if (!IsNext(next, ','))
         {
-            m_builder.OpenObject();
-            return GoOn(next + 1, Step::Member);
-        }
-        next = SkipToToken(next);
-        if (GetUnit(next) != ',')
-        {
-            return GoOn(next, Step::EndOfArray);
+            return {next, Step::EndOfArray};
         }
     }
 }
 
-DocumentReader::Step DocumentReader::ReadEndOfArray()
+// Behind the bracket, if it is there.
+inline bool DocumentReader::CloseArray(const WChar*& next) noexcept
 {
     m_builder.CloseArray();
-    return CheckUnit(']') ? ReadSeparator(Step::Member, Step::EndOfObject) : Step::Failure;
+    const bool isClosed = IsNext(next, ']');
+    next += isClosed ? 1 : 0;
+    return isClosed;
 }
 
-DocumentReader::Step DocumentReader::ReadEndOfObject()
+inline DocumentReader::Place DocumentReader::ReadEndOfArray(const WChar* next)
 {
-    if (!CheckUnit('}'))
+    if (!CloseArray(next))
     {
-        return Step::Failure;
+        return {next, Step::Failure};
     }
+    return ReadSeparator(next, Step::Member, Step::EndOfObject);
+}
+
+DocumentReader::Place DocumentReader::ReadEndOfObject(const WChar* next)
+{
+    if (!IsNext(next, '}'))
+    {
+        return {next, Step::Failure};
+    }
+    ++next;
     const bool isInArray = m_builder.IsInArray();
     std::shared_ptr<DataObject> object = m_builder.CloseObject();
     if (m_builder.GetDepth() == 0)
     {
         m_root = std::move(object);
-        return Step::EndOfDocument;
+        return {next, Step::EndOfDocument};
     }
     if (isInArray)
     {
         m_builder.AddObject(std::move(object));
-        return ReadSeparator(Step::Element, Step::EndOfArray);
+        return ReadSeparator(next, Step::Element, Step::EndOfArray);
     }
     m_builder.SetObject(std::move(object));
-    return ReadSeparator(Step::Member, Step::EndOfObject);
+    return ReadSeparator(next, Step::Member, Step::EndOfObject);
 }
 
-bool DocumentReader::CheckUnit(WChar unit) noexcept
+inline DocumentReader::Place DocumentReader::ReadSeparator(const WChar* next, Step going, Step end) const noexcept
 {
-    m_next = SkipToToken(m_next);
-    const bool isThere = GetUnit(m_next) == unit;
-    m_next += isThere ? 1 : 0;
-    return isThere;
-}
-
-DocumentReader::Step DocumentReader::ReadSeparator(Step next, Step end) noexcept
-{
-    return CheckUnit(',') ? next : end;
-}
-
-inline DocumentReader::Step DocumentReader::GoOn(const WChar* next, Step step) noexcept
-{
-    m_next = next;
-    return step;
+    const bool isGoing = IsNext(next, ',');
+    return {next + (isGoing ? 1 : 0), isGoing ? going : end};
 }
 
 } // namespace Quoll::Json

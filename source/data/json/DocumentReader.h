@@ -36,35 +36,50 @@ private:
         Failure
     };
 
-    struct Scalar
+    // What comes next, and where.
+    struct Place
     {
-        const WChar* behind;
-        EType type;
+        const WChar* next;
+        Step step;
     };
 
-    Step Run(Step step);
-    Step ReadMembers();
-    Step ReadElements();
-    Step ReadEndOfArray();
-    Step ReadEndOfObject();
-    Step ReadSeparator(Step next, Step end) noexcept;
-    Step GoOn(const WChar* next, Step step) noexcept;
-    bool CheckUnit(WChar unit) noexcept;
+    // A text that was put behind the builder's, and what comes behind its token.
+    struct Token
+    {
+        const WChar* behind; // null if there is none
+        std::size_t size;
+    };
 
+    Place Run(Place place);
+    Place ReadMembers(const WChar* next);
+    Place ReadElements(const WChar* next);
+    bool CloseArray(const WChar*& next) noexcept;
+    Place ReadEndOfArray(const WChar* next);
+    Place ReadEndOfObject(const WChar* next);
+    Place ReadSeparator(const WChar* next, Step going, Step end) const noexcept;
+
+    bool IsNext(const WChar*& next, WChar unit) const noexcept;
     const WChar* SkipToToken(const WChar* next) const noexcept;
     WChar GetUnit(const WChar* next) const noexcept;
-    const WChar* TakeText(const WChar* next);
-    const WChar* TakeLongText(const WChar* begin);
-    const WChar* TakeRareText(const WChar* begin);
-    const WChar* TakeInteger(const WChar* next);
+    unsigned CopyLastUnits(const WChar* next, WChar* to) const noexcept;
+    Token TakeText(const WChar* next);
+    Token TakeLongText(const WChar* next, unsigned found);
+    Token TakeRareText(const WChar* begin);
+    Token TakeInteger(const WChar* next);
     const WChar* TakeWord(const WChar* next, WStringView word) const noexcept;
-    Scalar TakeScalar(const WChar* next);
-    Scalar TakeBoolean(const WChar* next);
-    const WChar* ReadScalar(const WChar* next);
+    // These pass the type of a value and the size of its text on.
+    template<class Add>
+    bool TakeString(const WChar*& next, Add add);
+    template<class Add>
+    const WChar* TakeNumberOrBoolean(const WChar* next, WChar unit, Add add);
+    template<class Add>
+    const WChar* TakeBoolean(const WChar* next, Add add);
+    const WChar* ReadValue(const WChar* next, WChar unit);
 
     const WChar* const m_begin;
     const WChar* m_next;
     const WChar* const m_end;
+    const WChar* const m_lastBlocks; // from here on no block can be read
     DocumentBuilder m_builder;
     std::shared_ptr<DataObject> m_root;
 };

@@ -18,106 +18,120 @@ class Stack
 
 public:
     Stack() noexcept
-        : m_items(reinterpret_cast<Type*>(m_inline))
+        : m_begin(reinterpret_cast<Type*>(m_inline))
+        , m_end(m_begin)
+        , m_limit(m_begin + InlineCount)
     {
     }
     Stack(const Stack&) = delete;
     Stack& operator=(const Stack&) = delete;
     ~Stack()
     {
-        Shrink(0);
+        std::destroy(m_begin, m_end);
         FreeItems();
     }
 
     std::size_t GetSize() const noexcept
     {
-        return m_size;
+        return static_cast<std::size_t>(m_end - m_begin);
     }
     Type& operator[](std::size_t index) noexcept
     {
-        return m_items[index];
+        return m_begin[index];
     }
     const Type& operator[](std::size_t index) const noexcept
     {
-        return m_items[index];
+        return m_begin[index];
     }
     Type& GetTop() noexcept
     {
-        return m_items[m_size - 1];
+        return m_end[-1];
     }
     const Type& GetTop() const noexcept
     {
-        return m_items[m_size - 1];
+        return m_end[-1];
     }
     Type* begin() noexcept
     {
-        return m_items;
+        return m_begin;
     }
     Type* end() noexcept
     {
-        return m_items + m_size;
+        return m_end;
     }
     Type& Push(Type item)
     {
-        if (m_size == m_capacity)
-        {
-            Grow(1);
-        }
-        std::construct_at(m_items + m_size, std::move(item));
-        return m_items[m_size++];
+        Type& top = *std::construct_at(Reserve(1), std::move(item));
+        ++m_end;
+        return top;
     }
     // An item without a value yet.
     Type& Push()
         requires std::is_trivially_default_constructible_v<Type>
     {
-        if (m_size == m_capacity)
-        {
-            Grow(1);
-        }
-        return *new (m_items + m_size++) Type;
+        Type& top = *new (Reserve(1)) Type;
+        ++m_end;
+        return top;
     }
     // Room for so many more items behind the last.
     Type* Reserve(std::size_t count)
     {
-        if (m_capacity - m_size < count)
+        if (static_cast<std::size_t>(m_limit - m_end) < count) [[unlikely]]
         {
             Grow(count);
         }
-        return m_items + m_size;
+        return m_end;
     }
-    // Makes items of what was put into that room, and tells where they begin.
-    std::size_t Take(std::size_t count) noexcept
+    // Room for so many more behind what was put there already, which stays; tells where that room begins.
+    Type* ReserveBehind(Type* put, std::size_t count)
+        requires std::is_trivially_copyable_v<Type>
     {
-        return std::exchange(m_size, m_size + count);
+        if (static_cast<std::size_t>(m_limit - put) < count) [[unlikely]]
+        {
+            const auto size = static_cast<std::size_t>(put - m_end);
+            m_end = put;
+            Grow(count);
+            put = m_end;
+            m_end -= size;
+        }
+        return put;
+    }
+    // Makes items of what was put into that room.
+    void Take(std::size_t count) noexcept
+    {
+        m_end += count;
     }
     void Shrink(std::size_t size) noexcept
     {
-        std::destroy(m_items + size, m_items + m_size);
-        m_size = size;
+        Type* const end = m_begin + size;
+        std::destroy(end, m_end);
+        m_end = end;
     }
 
 private:
-    void Grow(std::size_t count)
+    [[gnu::noinline]] void Grow(std::size_t count)
     {
-        const std::size_t capacity = std::max(m_capacity * 2, m_size + count);
+        const std::size_t size = GetSize();
+        const std::size_t capacity = std::max(2 * static_cast<std::size_t>(m_limit - m_begin), size + count);
         auto* const items = static_cast<Type*>(::operator new(capacity * sizeof(Type)));
-        std::uninitialized_move_n(m_items, m_size, items);
-        std::destroy_n(m_items, m_size);
+        std::uninitialized_move(m_begin, m_end, items);
+        std::destroy(m_begin, m_end);
         FreeItems();
-        m_items = items;
-        m_capacity = capacity;
+        m_begin = items;
+        m_end = items + size;
+        m_limit = items + capacity;
     }
     void FreeItems() noexcept
     {
-        if (m_capacity != InlineCount)
+        if (m_begin != reinterpret_cast<Type*>(m_inline))
         {
-            ::operator delete(m_items);
+            ::operator delete(m_begin);
         }
     }
 
-    Type* m_items;
-    std::size_t m_size = 0;
-    std::size_t m_capacity = InlineCount;
+    Type* m_begin;
+    Type* m_end;
+    Type* m_limit;
     alignas(Type) std::byte m_inline[InlineCount * sizeof(Type)];
 };
 

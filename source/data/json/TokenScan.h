@@ -4,18 +4,21 @@
 #include "core/CharacterClass.h"
 #include "data/json/UnitBlock.h"
 
+#include <algorithm>
+
 namespace Quoll::Json
 {
 
-// Behind white space.
+[[gnu::noinline]] inline const WChar* SkipRealSpace(const WChar* units, const WChar* end) noexcept
+{
+    return std::find_if_not(units, end, Utilities::IsSpace);
+}
+
+// Behind white space. Most often there is none.
 inline const WChar* SkipSpace(const WChar* units, const WChar* end) noexcept
 {
-    // Most often there is none.
-    while (units != end && (*units <= ' ' || *units >= 0x80) && Utilities::IsSpace(*units))
-    {
-        ++units;
-    }
-    return units;
+    const bool mayBeSpace = units != end && (*units <= ' ' || *units >= 0x80);
+    return mayBeSpace ? SkipRealSpace(units, end) : units;
 }
 
 // Behind an optional sign and digits.
