@@ -20,7 +20,7 @@ void DocumentWriter::WriteSorted(const DataObject& object)
     m_text.Append('{');
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
     {
-        WriteEntry(*entry, needsComma);
+        WriteEntry(WStringView(entry->first), entry->second, needsComma);
         WriteOpen();
     }
     m_text.Append('}');
@@ -30,20 +30,29 @@ void DocumentWriter::OpenObject(const DataObject& object)
 {
     m_text.Append('{');
     const ValueMap& entries = object.GetValueMap();
-    m_open.Push(Open{entries.begin(), nullptr, entries.size()});
+    m_open.Push(Open{&entries, nullptr, entries.size(), false});
+    if (entries.m_added != nullptr)
+    {
+        m_mixed.Push(entries.begin());
+    }
 }
 
 void DocumentWriter::WriteOpen()
 {
     while (m_open.GetSize() != 0)
     {
-        if (m_open.GetTop().element != nullptr)
+        const Open& open = m_open.GetTop();
+        if (open.map == nullptr)
         {
             WriteNextElement();
         }
-        else
+        else if (open.map->m_added == nullptr)
         {
             WriteEntries();
+        }
+        else
+        {
+            WriteMixedEntries();
         }
     }
 }
@@ -52,21 +61,43 @@ void DocumentWriter::WriteOpen()
 void DocumentWriter::WriteEntries()
 {
     const std::size_t depth = m_open.GetSize();
-    Open object = m_open.GetTop();
-    while (object.left != 0)
+    const ValueMap& map = *m_open.GetTop().map;
+    std::size_t left = m_open.GetTop().left;
+    bool needsComma = m_open.GetTop().needsComma;
+    for (const auto* entry = map.m_read + (map.m_readCount - left); left != 0; ++entry)
     {
-        const ValueMap::value_type& entry = *object.entry;
-        ++object.entry;
-        --object.left;
-        WriteEntry(entry, object.needsComma);
+        --left;
+        WriteEntry(PaddedText(entry->first.data(), entry->first.size()), entry->second, needsComma);
         if (m_open.GetSize() != depth)
         {
-            m_open[depth - 1] = object;
+            m_open[depth - 1].left = left;
+            m_open[depth - 1].needsComma = needsComma;
             return;
         }
     }
     m_text.Append('}');
     m_open.Shrink(depth - 1);
+}
+
+// The same for an object that more was added to.
+void DocumentWriter::WriteMixedEntries()
+{
+    const std::size_t depth = m_open.GetSize();
+    while (m_open.GetTop().left != 0)
+    {
+        Open& object = m_open.GetTop();
+        const ValueMap::value_type& entry = *m_mixed.GetTop();
+        ++m_mixed.GetTop();
+        --object.left;
+        WriteEntry(WStringView(entry.first), entry.second, object.needsComma);
+        if (m_open.GetSize() != depth)
+        {
+            return;
+        }
+    }
+    m_text.Append('}');
+    m_open.Shrink(depth - 1);
+    m_mixed.Shrink(m_mixed.GetSize() - 1);
 }
 
 void DocumentWriter::WriteNextElement()
@@ -92,10 +123,15 @@ void DocumentWriter::WriteNextElement()
     WriteObject(element);
 }
 
-void DocumentWriter::WriteEntry(const ValueMap::value_type& entry, bool& needsComma)
+inline bool DocumentWriter::IsSkipped(const DataValue& value) const noexcept
 {
-    const auto& [key, value] = entry;
-    if (m_skipNullOrEmpty && (value.IsEmpty() || value.IsNullValue()))
+    return m_skipNullOrEmpty && (value.IsEmpty() || value.IsNullValue());
+}
+
+template<class Text>
+inline void DocumentWriter::WriteEntry(Text key, const DataValue& value, bool& needsComma)
+{
+    if (IsSkipped(value))
     {
         return;
     }
@@ -104,7 +140,26 @@ void DocumentWriter::WriteEntry(const ValueMap::value_type& entry, bool& needsCo
     WriteValue(value);
 }
 
-void DocumentWriter::WriteValue(const DataValue& value)
+inline void DocumentWriter::WriteValue(const DataValue& value)
+{
+    if (!ValueContent::IsReadText(value))
+    {
+        WriteRareValue(value);
+        return;
+    }
+    const PaddedText text = ValueContent::GetReadText(value);
+    if (value.IsStringValue())
+    {
+        m_text.AppendQuoted(text);
+    }
+    else
+    {
+        m_text.Append(text);
+    }
+}
+
+// A value that holds no text, or one that wasn't read.
+void DocumentWriter::WriteRareValue(const DataValue& value)
 {
     if (value.IsArray())
     {
@@ -148,7 +203,7 @@ void DocumentWriter::WriteArray(const DataValue& value)
     m_text.Append('[');
     if (value.IsObjectArray() && content.CountObjects() != 0)
     {
-        m_open.Push(Open{{}, &content.GetObject(0), content.CountObjects()});
+        m_open.Push(Open{nullptr, &content.GetObject(0), content.CountObjects(), false});
         return;
     }
     const std::size_t texts = value.IsObjectArray() ? 0 : content.CountTexts();

@@ -26,24 +26,29 @@ private:
     // An object, or an array of objects, that is being written.
     struct Open
     {
-        ValueMap::const_iterator entry;
-        const std::shared_ptr<DataObject>* element = nullptr; // null for an object
-        std::size_t left = 0;
-        bool needsComma = false;
+        const ValueMap* map;                        // of an object
+        const std::shared_ptr<DataObject>* element; // of an array
+        std::size_t left;
+        bool needsComma;
     };
 
     void OpenObject(const DataObject& object);
     void WriteObject(const DataObject* object);
     void WriteOpen();
     void WriteEntries();
+    void WriteMixedEntries();
     void WriteNextElement();
-    void WriteEntry(const ValueMap::value_type& entry, bool& needsComma);
+    bool IsSkipped(const DataValue& value) const noexcept;
+    template<class Text>
+    void WriteEntry(Text key, const DataValue& value, bool& needsComma);
     void WriteValue(const DataValue& value);
+    void WriteRareValue(const DataValue& value);
     void WriteArray(const DataValue& value);
 
     TextBuffer& m_text;
     bool m_skipNullOrEmpty;
     Stack<Open, 16> m_open;
+    Stack<ValueMap::const_iterator, 4> m_mixed; // of the open objects that more was added to
 };
 
 } // namespace Quoll::Json

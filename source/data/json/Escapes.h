@@ -78,6 +78,27 @@ struct HasEscape
     }
 };
 
+// A bit for each unit of two blocks that has an escape.
+inline unsigned FindEscapes(UnitBlock low, UnitBlock high) noexcept
+{
+#if defined(__SSE2__)
+    // As bytes: what is beyond 255 has none.
+    const __m128i most = _mm_set1_epi16(255);
+    const auto lowUnits = std::bit_cast<__m128i>(low);
+    const auto highUnits = std::bit_cast<__m128i>(high);
+    const __m128i bytes = _mm_packus_epi16(_mm_sub_epi16(lowUnits, _mm_subs_epu16(lowUnits, most)),
+                                           _mm_sub_epi16(highUnits, _mm_subs_epu16(highUnits, most)));
+    const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(FirstPrintingUnit - 1)), bytes);
+    const __m128i isQuote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i isSlash = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('/'));
+    const __m128i isBackslash = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    const __m128i isFound = _mm_or_si128(_mm_or_si128(isControl, isQuote), _mm_or_si128(isSlash, isBackslash));
+    return static_cast<unsigned>(_mm_movemask_epi8(isFound));
+#else
+    return GetMask(HasEscape()(low), HasEscape()(high));
+#endif
+}
+
 // Writes the six units for a control character, and answers where they end. The lower digit goes on
 // behind 9 with what stands there in ASCII.
 inline WChar* WriteControlEscape(WChar unit, WChar* to) noexcept

@@ -8,9 +8,12 @@
 namespace Quoll::Json
 {
 
+using Utilities::BlockUnits;
 using Utilities::CopyUntil;
 using Utilities::CountUntil;
 using Utilities::HasEscape;
+using Utilities::LoadBlock;
+using Utilities::StoreBlock;
 
 namespace
 {
@@ -23,15 +26,37 @@ struct Nowhere
     }
 };
 
-// The rest of a text from its first unit on that has an escape.
-[[gnu::noinline]] WChar* CopyEscaped(WStringView text, WChar* to) noexcept
+// Copies the units before the first that has an escape, and tells their number.
+[[gnu::always_inline]] inline std::size_t CopyUntilEscape(WStringView text, WChar* to) noexcept
 {
-    // Control characters alone are no reason to escape anything.
-    if (!Utilities::IsMasked(text.front()) && CountUntil(text, Utilities::IsMaskedUnit()) == text.size())
+    return CopyUntil(text, to, HasEscape());
+}
+
+// The same in blocks: what is copied behind the text will be overwritten.
+[[gnu::always_inline]] inline std::size_t CopyUntilEscape(PaddedText text, WChar* to) noexcept
+{
+    for (std::size_t position = 0;; position += 2 * BlockUnits)
     {
-        return to + CopyUntil(text, to, Nowhere());
+        const auto low = LoadBlock(text.data() + position);
+        const auto high = LoadBlock(text.data() + position + BlockUnits);
+        StoreBlock(to + position, low);
+        StoreBlock(to + position + BlockUnits, high);
+        const unsigned found = Utilities::FindEscapes(low, high);
+        const std::size_t run = position + static_cast<std::size_t>(std::countr_zero(found | 1u << 2 * BlockUnits));
+        if (run >= text.size()) [[likely]]
+        {
+            return text.size();
+        }
+        if (found != 0)
+        {
+            return run;
+        }
     }
-    // Text that is escaped ends at its first NUL.
+}
+
+// Text that is escaped ends at its first NUL.
+WChar* WriteEscapes(WStringView text, WChar* to) noexcept
+{
     while (!text.empty() && text.front() != 0)
     {
         to = Utilities::WriteEscape(text.front(), to);
@@ -43,14 +68,64 @@ struct Nowhere
     return to;
 }
 
-[[gnu::always_inline]] inline WChar* CopyQuoted(WStringView text, WChar* to) noexcept
+void CopyPadding(const WChar* from, WChar* to) noexcept
+{
+    const auto low = LoadBlock(from);
+    const auto high = LoadBlock(from + BlockUnits);
+    StoreBlock(to, low);
+    StoreBlock(to + BlockUnits, high);
+}
+
+// The same for two blocks at a time: all their escapes are known before the first is written.
+WChar* WriteEscapes(PaddedText text, WChar* to) noexcept
+{
+    constexpr std::size_t step = 2 * BlockUnits;
+    for (; !text.empty(); text.remove_prefix(std::min(step, text.size())))
+    {
+        const WChar* const units = text.data();
+        const std::size_t size = std::min(step, text.size());
+        unsigned found = Utilities::FindEscapes(LoadBlock(units), LoadBlock(units + BlockUnits)) & ((1u << size) - 1);
+        std::size_t done = 0;
+        for (; found != 0; found &= found - 1)
+        {
+            const auto next = static_cast<std::size_t>(std::countr_zero(found));
+            CopyPadding(units + done, to);
+            to += next - done;
+            if (units[next] == 0)
+            {
+                return to;
+            }
+            to = Utilities::WriteEscape(units[next], to);
+            done = next + 1;
+        }
+        CopyPadding(units + done, to);
+        to += size - done;
+    }
+    return to;
+}
+
+// The rest of a text from its first unit on that has an escape.
+template<class Text>
+[[gnu::noinline]] WChar* CopyEscaped(Text text, WChar* to) noexcept
+{
+    // Control characters alone are no reason to escape anything.
+    if (!Utilities::IsMasked(text.front()) && CountUntil(text, Utilities::IsMaskedUnit()) == text.size())
+    {
+        return to + CopyUntil(text, to, Nowhere());
+    }
+    return WriteEscapes(text, to);
+}
+
+template<class Text>
+[[gnu::always_inline]] inline WChar* CopyQuoted(Text text, WChar* to) noexcept
 {
     *to++ = '"';
-    const std::size_t run = CopyUntil(text, to, HasEscape());
+    const std::size_t run = CopyUntilEscape(text, to);
     to += run;
     if (run != text.size())
     {
-        to = CopyEscaped(text.substr(run), to);
+        text.remove_prefix(run);
+        to = CopyEscaped(text, to);
     }
     *to++ = '"';
     return to;
@@ -70,7 +145,19 @@ void TextBuffer::Append(WStringView text)
     m_next += CopyUntil(text, m_next, Nowhere());
 }
 
-void TextBuffer::AppendQuoted(WStringView text)
+void TextBuffer::Append(PaddedText text)
+{
+    if (text.size() > PaddingSize || GetRoom() < PaddingSize)
+    {
+        Append(WStringView(text));
+        return;
+    }
+    CopyPadding(text.data(), m_next);
+    m_next += text.size();
+}
+
+template<class Text>
+inline void TextBuffer::AppendAnyQuoted(Text text)
 {
     if (HasRoomForAllEscaped(text.size()))
     {
@@ -82,7 +169,18 @@ void TextBuffer::AppendQuoted(WStringView text)
     }
 }
 
-void TextBuffer::AppendKey(WStringView key, bool needsComma)
+void TextBuffer::AppendQuoted(WStringView text)
+{
+    AppendAnyQuoted(text);
+}
+
+void TextBuffer::AppendQuoted(PaddedText text)
+{
+    AppendAnyQuoted(text);
+}
+
+template<class Text>
+inline void TextBuffer::AppendAnyKey(Text key, bool needsComma)
 {
     if (!HasRoomForAllEscaped(key.size()))
     {
@@ -99,6 +197,16 @@ void TextBuffer::AppendKey(WStringView key, bool needsComma)
     next = CopyQuoted(key, next + (needsComma ? 1 : 0));
     *next = ':';
     m_next = next + 1;
+}
+
+void TextBuffer::AppendKey(WStringView key, bool needsComma)
+{
+    AppendAnyKey(key, needsComma);
+}
+
+void TextBuffer::AppendKey(PaddedText key, bool needsComma)
+{
+    AppendAnyKey(key, needsComma);
 }
 
 void TextBuffer::AppendQuotedInPieces(WStringView text)

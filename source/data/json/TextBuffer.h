@@ -2,6 +2,7 @@
 #pragma once
 
 #include "data/json/Escapes.h"
+#include "data/json/PaddedText.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -27,10 +28,13 @@ public:
         *m_next++ = unit;
     }
     void Append(WStringView text);
+    void Append(PaddedText text);
     // A text in double quotes, with the escapes that it needs.
     void AppendQuoted(WStringView text);
+    void AppendQuoted(PaddedText text);
     // The same with a colon behind it, and a comma before it or not.
     void AppendKey(WStringView key, bool needsComma);
+    void AppendKey(PaddedText key, bool needsComma);
 
 protected:
     TextBuffer() noexcept
@@ -64,16 +68,22 @@ protected:
 
 private:
     static constexpr std::size_t LongestEscape = Utilities::LongestEscape;
+    static constexpr std::size_t PaddingSize = 2 * Utilities::BlockUnits;
 
     std::size_t GetRoom() const noexcept
     {
         return static_cast<std::size_t>(m_end - m_next);
     }
-    // With quotes, a comma and a colon.
+    // With quotes, a comma and a colon, and with a block behind it.
     bool HasRoomForAllEscaped(std::size_t size) const noexcept
     {
-        return size < GetRoom() / LongestEscape;
+        static_assert(LongestEscape <= 8); // which costs no division
+        return size + PaddingSize < GetRoom() / 8;
     }
+    template<class Text>
+    void AppendAnyQuoted(Text text);
+    template<class Text>
+    void AppendAnyKey(Text key, bool needsComma);
     void AppendQuotedInPieces(WStringView text);
     std::size_t AppendUntilEscape(WStringView text);
     void AppendEscaped(WStringView text);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Quoll/JsonValue.h"
+#include "data/json/PaddedText.h"
 
 namespace Quoll::Json
 {
@@ -12,6 +13,16 @@ public:
     explicit ValueContent(const DataValue& value) noexcept;
     ValueContent(const ValueContent&) = delete;
     ValueContent& operator=(const ValueContent&) = delete;
+
+    // Whether the value is one text that was read.
+    static bool IsReadText(const DataValue& value) noexcept
+    {
+        return value.m_shape.form == DataValue::Form::Text;
+    }
+    static PaddedText GetReadText(const DataValue& value) noexcept
+    {
+        return {value.GetReadText(), value.m_shape.readSize};
+    }
 
     std::size_t CountTexts() const noexcept
     {
