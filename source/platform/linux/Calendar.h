@@ -77,6 +77,14 @@ constexpr std::uint32_t ToDays(const Date& date) noexcept
     return year * 1461 / 4 - century + century / 4 + (979 * month - 2919) / 32 + date.day - 1 - daysFromMarchOfYearZero;
 }
 
+/// The day that is the week-th of its weekday in a month, 5 being the last.
+constexpr std::uint32_t WeekdayOfMonth(unsigned year, unsigned month, unsigned week, unsigned dayOfWeek) noexcept
+{
+    const std::uint32_t first = ToDays({.year = year, .month = month, .day = 1});
+    const unsigned offset = (dayOfWeek + 7 - DayOfWeek(first)) % 7 + 7 * (week - 1);
+    return first + (offset < DaysInMonth(year, month) ? offset : offset - 7);
+}
+
 /// The field values that exist; the day of the week isn't looked at.
 constexpr bool IsValid(const SYSTEMTIME& time) noexcept
 {
