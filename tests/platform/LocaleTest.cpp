@@ -245,6 +245,26 @@ TEST(LocaleContract, BuffersAndTheirSizes)
     }
 }
 
+TEST(LocaleContract, NoMomentMeansNow)
+{
+    SYSTEMTIME utc;
+    TIME_ZONE_INFORMATION zone;
+    SYSTEMTIME local;
+    std::string expected;
+    std::string now;
+    do // until no minute ends in between
+    {
+        GetSystemTime(&utc);
+        ASSERT_NE(GetTimeZoneInformation(&zone), TIME_ZONE_ID_INVALID);
+        ASSERT_TRUE(SystemTimeToTzSpecificLocalTime(&zone, &utc, &local));
+        expected = Date("yyyyMMdd", local) + Time("HHmm", local);
+        now = Formatted(&GetDateFormatW, LOCALE_INVARIANT, 0, nullptr, "yyyyMMdd") +
+              Formatted(&GetTimeFormatW, LOCALE_INVARIANT, 0, nullptr, "HHmm");
+        GetSystemTime(&local);
+    } while (local.wMinute != utc.wMinute);
+    EXPECT_EQ(now, expected);
+}
+
 TEST(LocaleContract, LocalesByNumber)
 {
     for (const LCID locale : {LCID{LOCALE_USER_DEFAULT}, LCID{LOCALE_SYSTEM_DEFAULT}, LCID{LOCALE_INVARIANT}})

@@ -6,7 +6,6 @@
 #include "PictureFormatter.h"
 
 #include <algorithm>
-#include <ctime>
 #include <limits>
 #include <new>
 
@@ -86,16 +85,13 @@ bool IsTime(const SYSTEMTIME& time) noexcept
 
 SYSTEMTIME LocalNow()
 {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tzset(); // localtime_r alone doesn't follow a change of TZ
-    tm local{};
-    Check(localtime_r(&now.tv_sec, &local) != nullptr, ERROR_INVALID_PARAMETER);
-    const auto word = [](auto value) {
-        return static_cast<WORD>(value);
-    };
-    return {word(local.tm_year + 1900), word(local.tm_mon + 1), word(local.tm_wday), word(local.tm_mday),
-            word(local.tm_hour),        word(local.tm_min),     word(local.tm_sec),  word(now.tv_nsec / 1'000'000)};
+    SYSTEMTIME now;
+    GetSystemTime(&now);
+    if (!SystemTimeToTzSpecificLocalTime(nullptr, &now, &now))
+    {
+        throw Failure{GetLastError()};
+    }
+    return now;
 }
 
 int Deliver(const WString& formatted, WChar* text, int size)
