@@ -125,7 +125,7 @@ private:
             const std::size_t start = static_cast<unsigned char>(m_times[at + 5]);
             const std::string_view name = m_names.substr(std::min(start, m_names.size()), longestName);
             const std::size_t end = name.find('\0');
-            if (flag > 1 || end == name.npos || offset <= -90'000 || offset >= 93'600)
+            if (flag > 1 || end == std::string_view::npos || offset <= -90'000 || offset >= 93'600)
             {
                 return false;
             }
@@ -183,7 +183,7 @@ private:
 bool ReadFooter(std::string_view text, Zone& zone)
 {
     const std::size_t end = text.find('\n', 1);
-    if (text.empty() || text.front() != '\n' || end == text.npos)
+    if (text.empty() || text.front() != '\n' || end == std::string_view::npos)
     {
         return false;
     }

@@ -31,7 +31,7 @@ ZoneHistory::ZoneHistory(const Zone& zone, std::int64_t now)
     {
         const std::int64_t start = zone.transitions.empty() ? INT64_MIN : zone.transitions.back().moment;
         const unsigned year = YearAt(now);
-        AddYears(*zone.rule, start, std::max(year - 2, FirstYear), year + 2);
+        AddYears(*zone.rule, *zone.rule->daylight, start, std::max(year - 2, FirstYear), year + 2);
     }
 }
 
@@ -53,14 +53,15 @@ void ZoneHistory::Add(std::int64_t moment, const ZoneTime& time)
     m_last = &time;
 }
 
-void ZoneHistory::AddYears(const ZoneRule& rule, std::int64_t start, unsigned firstYear, unsigned lastYear)
+void ZoneHistory::AddYears(const ZoneRule& rule, const ZoneTime& daylight, std::int64_t start, unsigned firstYear,
+                           unsigned lastYear)
 {
     using Moment = std::pair<std::int64_t, const ZoneTime*>;
     std::vector<Moment> moments;
     for (unsigned year = firstYear; year <= lastYear; ++year)
     {
-        Moment toDaylight(LocalMoment(rule.daylightStart, year) - rule.standard.offset, &*rule.daylight);
-        Moment toStandard(LocalMoment(rule.daylightEnd, year) - rule.daylight->offset, &rule.standard);
+        Moment toDaylight(LocalMoment(rule.daylightStart, year) - rule.standard.offset, &daylight);
+        Moment toStandard(LocalMoment(rule.daylightEnd, year) - daylight.offset, &rule.standard);
         auto& first = toDaylight.first < toStandard.first ? toDaylight : toStandard;
         auto& second = toDaylight.first < toStandard.first ? toStandard : toDaylight;
         if (!moments.empty() && moments.back().first >= first.first)

@@ -38,7 +38,8 @@ public:
 
 private:
     void Add(std::int64_t moment, const ZoneTime& time);
-    void AddYears(const ZoneRule& rule, std::int64_t start, unsigned firstYear, unsigned lastYear);
+    void AddYears(const ZoneRule& rule, const ZoneTime& daylight, std::int64_t start, unsigned firstYear,
+                  unsigned lastYear);
 
     const ZoneTime* m_last; // what the clocks show at the end of the row
     std::vector<ZoneChange> m_changes;

@@ -12,12 +12,12 @@ namespace Quoll::Platform
 namespace
 {
 
-constexpr std::int32_t SecondsPerDay = 86'400;
+constexpr std::int64_t SecondsPerDay = 86'400;
 
 LONG Bias(const ZoneTime& time) noexcept
 {
-    const std::int32_t shifted = 30 - time.offset + 60 * SecondsPerDay; // positive, to round down
-    return shifted / 60 - SecondsPerDay;
+    const std::int64_t shifted = 30 - time.offset + 60 * SecondsPerDay; // positive, to round down
+    return static_cast<LONG>(shifted / 60 - SecondsPerDay);
 }
 
 void Describe(const ZoneTime& standard, const ZoneTime& daylight, TIME_ZONE_INFORMATION& zone)
@@ -117,7 +117,8 @@ private:
         zone.DaylightDate = EveryYearAt(rule.daylightStart, m_year);
         const ZoneChange& one = Changes()[start];
         const ZoneChange& other = Changes()[start + 1];
-        if (!(Says(zone, rule, one) && Says(zone, rule, other) && one.after->offset != other.after->offset))
+        if (!(Says(zone, rule, *rule.daylight, one) && Says(zone, rule, *rule.daylight, other) &&
+              one.after->offset != other.after->offset))
         {
             return false;
         }
@@ -126,11 +127,12 @@ private:
         return true;
     }
 
-    bool Says(const TIME_ZONE_INFORMATION& zone, const ZoneRule& rule, const ZoneChange& change) const noexcept
+    bool Says(const TIME_ZONE_INFORMATION& zone, const ZoneRule& rule, const ZoneTime& daylight,
+              const ZoneChange& change) const noexcept
     {
-        const bool toDaylight = change.after->offset == rule.daylight->offset;
-        const std::int32_t before = toDaylight ? rule.standard.offset : rule.daylight->offset;
-        const std::int32_t after = toDaylight ? rule.daylight->offset : rule.standard.offset;
+        const bool toDaylight = change.after->offset == daylight.offset;
+        const std::int32_t before = toDaylight ? rule.standard.offset : daylight.offset;
+        const std::int32_t after = toDaylight ? daylight.offset : rule.standard.offset;
         std::int64_t moment = 0;
         return MomentOf(toDaylight ? zone.DaylightDate : zone.StandardDate, m_year, moment) &&
                (moment + 1) / 1000 == change.LocalMoment() && change.before->offset == before &&
@@ -154,7 +156,7 @@ private:
         }
         const ZoneTime& between = *Changes()[end].before;
         const ZoneTime& outside = *Changes()[end].after;
-        const std::int64_t start = end > 0 ? Changes()[end - 1].moment : YearStart(m_year - 1);
+        const std::int64_t start = end > 0 ? Changes()[end - 1].moment : YearStart(std::max(m_year - 1, FirstYear));
         const SYSTEMTIME toBetween = OnceAt(start + outside.offset);
         const SYSTEMTIME toOutside = OnceAt(Changes()[end].LocalMoment());
         const bool daylight = between.daylight || !outside.daylight;

@@ -12,7 +12,7 @@ namespace Quoll::Platform
 namespace
 {
 
-constexpr std::int64_t LargestFile = 256 * 1024; // a hundred times the largest one there is
+constexpr std::int64_t LargestFile = 256 << 10; // a hundred times the largest one there is
 
 FileState StateOf(const struct stat& status) noexcept
 {
