@@ -24,11 +24,37 @@ void Sleep(DWORD milliseconds) noexcept
     }
 }
 
-ULONGLONG GetTickCount64() noexcept
+namespace
+{
+
+constexpr LONGLONG CountsPerSecond = 10'000'000;
+
+timespec ReadClock() noexcept
 {
     timespec now{};
     clock_gettime(CLOCK_BOOTTIME, &now); // like the original, it counts the time spent asleep
+    return now;
+}
+
+} // namespace
+
+ULONGLONG GetTickCount64() noexcept
+{
+    const timespec now = ReadClock();
     return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec) / 1'000'000;
+}
+
+BOOL QueryPerformanceCounter(LARGE_INTEGER* count) noexcept
+{
+    const timespec now = ReadClock();
+    count->QuadPart = now.tv_sec * CountsPerSecond + now.tv_nsec / 100;
+    return TRUE;
+}
+
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) noexcept
+{
+    frequency->QuadPart = CountsPerSecond;
+    return TRUE;
 }
 
 DWORD GetCurrentProcessId() noexcept

@@ -29,6 +29,9 @@ extern "C"
 {
     void Sleep(DWORD milliseconds) noexcept;
     ULONGLONG GetTickCount64() noexcept;
+    // Counts tenths of microseconds, those that the machine was asleep as well, and never fails.
+    BOOL QueryPerformanceCounter(LARGE_INTEGER* count) noexcept;
+    BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) noexcept;
     DWORD GetCurrentProcessId() noexcept;
     DWORD GetCurrentThreadId() noexcept;
 

@@ -19,6 +19,11 @@ using ULONG = std::uint32_t;
 using UINT = std::uint32_t;
 using LONGLONG = std::int64_t;
 using ULONGLONG = std::uint64_t;
+
+/// The whole number alone; the SDK's halves aren't used.
+union LARGE_INTEGER {
+    LONGLONG QuadPart;
+};
 using ULONG_PTR = std::uintptr_t;
 using SIZE_T = std::size_t;
 using HRESULT = std::int32_t;

@@ -1,0 +1,197 @@
+#include "Quoll/UtcTime.h"
+
+#include "Quoll/StringUtilities.h"
+#include "Quoll/UserLocalFormat.h"
+#include "core/CharacterClass.h"
+#include "core/NumberScan.h"
+#include "core/SecurePrint.h"
+#include "time/Iso8601.h"
+#include "time/LocalTime.h"
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+
+namespace Quoll::Utilities
+{
+
+using namespace Quoll::Literals;
+
+namespace
+{
+
+constexpr std::uint32_t NeutralLocale = 0;
+constexpr std::uint32_t UserLocale = 0x400;
+constexpr std::uint32_t SystemLocale = 0x800;
+constexpr std::uint32_t InvariantLocale = 0x7F;
+constexpr std::uint32_t ShortDate = 1;
+
+constexpr std::size_t HexDigits = 8; // of each half
+
+// What a scan for a decimal number takes of the units there; 0 if there is none.
+std::uint16_t ReadField(const WString& text, std::size_t first, std::size_t size)
+{
+    if (text.size() < first)
+    {
+        throw std::out_of_range("invalid string position");
+    }
+    const WStringView field = WStringView(text).substr(first, size);
+    return static_cast<std::uint16_t>(NumberScanner(field).TakeDecimal().value_or(0));
+}
+
+// Writes the number's last two digits.
+WChar* WriteTwoDigits(unsigned number, WChar* to) noexcept
+{
+    *to++ = static_cast<WChar>('0' + number / 10 % 10);
+    *to++ = static_cast<WChar>('0' + number % 10);
+    return to;
+}
+
+// What the pictures "yyyy'-'MM'-'dd" and "HH:mm:ss" print.
+WString PrintIso8601(const SYSTEMTIME& time, WChar separator)
+{
+    WChar buffer[24];
+    WChar* next = buffer;
+    if (time.wYear >= 10000)
+    {
+        *next++ = static_cast<WChar>('0' + time.wYear / 10000);
+    }
+    next = WriteTwoDigits(time.wYear / 100, next);
+    next = WriteTwoDigits(time.wYear, next);
+    *next++ = '-';
+    next = WriteTwoDigits(time.wMonth, next);
+    *next++ = '-';
+    next = WriteTwoDigits(time.wDay, next);
+    *next++ = separator;
+    next = WriteTwoDigits(time.wHour, next);
+    *next++ = ':';
+    next = WriteTwoDigits(time.wMinute, next);
+    *next++ = ':';
+    next = WriteTwoDigits(time.wSecond, next);
+    return {buffer, next};
+}
+
+WString PrintHex(const FILETIME& fileTime)
+{
+    WChar buffer[2 * HexDigits + 1];
+    const int length = SecurePrint(buffer, std::size(buffer), PrintTruncated, "%08x%08x"_w, fileTime.dwHighDateTime,
+                                   fileTime.dwLowDateTime);
+    if (length < 0)
+    {
+        throw std::runtime_error("Can't creat hex string. Errno: " + std::to_string(errno));
+    }
+    return {buffer, static_cast<std::size_t>(length)};
+}
+
+} // namespace
+
+bool UtcTime::IsISO8601DateTime(const WString& text)
+{
+    return IsIso8601Text(text);
+}
+
+WString UtcTime::ToLocalDateString(LocaleUserAccount locale, bool isLocal) const
+{
+    return ToLocalDateString(GetSystemTime(isLocal), locale);
+}
+
+WString UtcTime::ToLocalTimeString(LocaleUserAccount locale, bool isLocal, unsigned int flags) const
+{
+    return ToLocalTimeString(GetSystemTime(isLocal), locale, flags);
+}
+
+WString UtcTime::ToLocalString(const WString& separator, LocaleUserAccount locale, bool isLocal) const
+{
+    const SYSTEMTIME systemTime = GetSystemTime(isLocal);
+    return ToLocalDateString(systemTime, locale) + separator + ToLocalTimeString(systemTime, locale, 0);
+}
+
+WString UtcTime::ToString(const WString& dateFormat, const WString& separator, const WString& timeFormat,
+                          bool isLocal) const
+{
+    const SYSTEMTIME systemTime = GetSystemTime(isLocal);
+    WString text = UserLocalFormat::GetFormatDate(systemTime, InvariantLocale, 0, dateFormat);
+    text += separator;
+    if (!timeFormat.empty())
+    {
+        text += UserLocalFormat::GetFormatTime(systemTime, InvariantLocale, 0, timeFormat);
+    }
+    return text;
+}
+
+WString UtcTime::ToString(StringValue form, bool isLocal) const
+{
+    switch (form)
+    {
+    case StringValue::FileTimeHex:
+        return PrintHex(GetFileTime(isLocal));
+    case StringValue::Iso8601Blank:
+        return PrintIso8601(GetSystemTime(isLocal), ' ');
+    case StringValue::Iso8601T:
+        return PrintIso8601(GetSystemTime(isLocal), 'T');
+    default:
+        throw std::invalid_argument("unknown argument value");
+    }
+}
+
+void UtcTime::SetTimeAsFileTimeHex(const WString& text, bool isLocal)
+{
+    NumberScanner scanner(text);
+    const auto high = scanner.TakeHexadecimal(HexDigits);
+    const auto low = high ? scanner.TakeHexadecimal(HexDigits) : std::nullopt;
+    if (low)
+    {
+        SetTime(FILETIME{*low, *high}, isLocal);
+        return;
+    }
+    if (text.empty())
+    {
+        throw std::invalid_argument("Can't convert empty hex value to utc object");
+    }
+    throw std::invalid_argument("Can't convert value: " + StringUtilities::Utf16ToUtf8(text) + " to utc object");
+}
+
+void UtcTime::SetTimeAsISO8601(const WString& text, bool isLocal)
+{
+    if (!IsIso8601Text(text))
+    {
+        throw std::invalid_argument("Is not a valid ISO8601 string");
+    }
+    SYSTEMTIME systemTime{};
+    systemTime.wYear = ReadField(text, 0, 4);
+    systemTime.wMonth = ReadField(text, 5, 2);
+    systemTime.wDay = ReadField(text, 8, 2);
+    systemTime.wHour = ReadField(text, 11, 2);
+    systemTime.wMinute = ReadField(text, 14, 2);
+    systemTime.wSecond = ReadField(text, 17, 2);
+    SetTime(systemTime, isLocal);
+}
+
+WString UtcTime::ToLocalDateString(const SYSTEMTIME& systemTime, LocaleUserAccount locale)
+{
+    return UserLocalFormat::GetFormatDate(systemTime, GetLocale(locale), ShortDate, {});
+}
+
+WString UtcTime::ToLocalTimeString(const SYSTEMTIME& systemTime, LocaleUserAccount locale, unsigned int flags)
+{
+    return UserLocalFormat::GetFormatTime(systemTime, GetLocale(locale), flags, {});
+}
+
+std::uint32_t UtcTime::GetLocale(LocaleUserAccount locale)
+{
+    switch (locale)
+    {
+    case LocaleUserAccount::LocaleNeutral:
+        return NeutralLocale;
+    case LocaleUserAccount::LocaleSystem:
+        return SystemLocale;
+    case LocaleUserAccount::LocaleUser:
+        return UserLocale;
+    case LocaleUserAccount::LocaleInvariant:
+        return InvariantLocale;
+    default:
+        throw std::runtime_error("Invalid locale account information");
+    }
+}
+
+} // namespace Quoll::Utilities
