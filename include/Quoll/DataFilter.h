@@ -23,6 +23,8 @@
 namespace Quoll::Utilities
 {
 
+class UtcTime;
+
 /// How a record's value is compared with those of a filter.
 enum class FilterOperator : std::int32_t
 {
@@ -59,7 +61,7 @@ public:
     static WString OperatorToSQL(FilterOperator filterOperator);
 
     /// Whether a record is to be filtered out that has the value in the field: a wide text or a pointer to one, an int,
-    /// or an unsigned number of 64 bits.
+    /// an unsigned number of 64 bits, or a UtcTime.
     ///
     /// Filters of other fields (names are equal if all of their units are) don't count. The first filter that rejects
     /// the value decides, and none if there is no such:
@@ -76,13 +78,15 @@ public:
     ///
     /// Text is compared by units, then by length; a null pointer is an empty text. For numbers each item is converted,
     /// one after the other, as long as the filter isn't decided: C's white space, an optional sign and decimal digits
-    /// are read, and what follows is ignored; for an unsigned value, "-1" is 2^64 - 1.
+    /// are read, and what follows is ignored; for an unsigned value, "-1" is 2^64 - 1. For a moment each item is taken
+    /// as the 16 hexadecimal digits of UtcTime, in local time.
     ///
-    /// Time is linear in the filters.
+    /// Time is linear in the filters and their items.
     /// @throws std::invalid_argument  "invalid stoi argument", "invalid stoull argument": an item has no digit where
-    ///                                they have to begin
+    ///                                they have to begin; as the constructor of UtcTime says
     /// @throws std::out_of_range      "stoi argument out of range", "stoull argument out of range": an item's number is
     ///                                none of 32 or unsigned 64 bits
+    /// @throws Win32Exception         as the constructor of UtcTime says
     template<class Value>
     static bool FilterField(WStringView field, Value value, const std::vector<DataFilter>& filters)
     {
@@ -90,7 +94,7 @@ public:
         {
             return Filter(field, static_cast<std::uint64_t>(value), filters);
         }
-        else if constexpr (std::same_as<Value, int>)
+        else if constexpr (std::same_as<Value, int> || std::same_as<Value, UtcTime>)
         {
             return Filter(field, value, filters);
         }
@@ -108,6 +112,7 @@ private:
     static bool Filter(WStringView field, WStringView value, const std::vector<DataFilter>& filters);
     static bool Filter(WStringView field, int value, const std::vector<DataFilter>& filters);
     static bool Filter(WStringView field, std::uint64_t value, const std::vector<DataFilter>& filters);
+    static bool Filter(WStringView field, const UtcTime& value, const std::vector<DataFilter>& filters);
 
     template<class Value>
     static Value Convert(const WString& text);

@@ -1,6 +1,7 @@
 #include "Quoll/DataFilter.h"
 
 #include "Quoll/StringUtilities.h"
+#include "Quoll/UtcTime.h"
 #include "core/NumberScan.h"
 #include "data/json/Numbers.h"
 
@@ -149,6 +150,12 @@ std::uint64_t DataFilter::Convert<std::uint64_t>(const WString& text)
     return *value;
 }
 
+template<>
+UtcTime DataFilter::Convert<UtcTime>(const WString& text)
+{
+    return {text, UtcTime::StringValue::FileTimeHex, true};
+}
+
 bool DataFilter::Filter(WStringView field, WStringView value, const std::vector<DataFilter>& filters)
 {
     return AnyRejects(field, value, filters, [](const WString& item) -> WStringView { return item; });
@@ -162,6 +169,11 @@ bool DataFilter::Filter(WStringView field, int value, const std::vector<DataFilt
 bool DataFilter::Filter(WStringView field, std::uint64_t value, const std::vector<DataFilter>& filters)
 {
     return AnyRejects(field, value, filters, Convert<std::uint64_t>);
+}
+
+bool DataFilter::Filter(WStringView field, const UtcTime& value, const std::vector<DataFilter>& filters)
+{
+    return AnyRejects(field, value, filters, Convert<UtcTime>);
 }
 
 template<>
