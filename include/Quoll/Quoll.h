@@ -4,6 +4,7 @@
 #include "Quoll/Api.h"
 #include "Quoll/DataFilter.h"
 #include "Quoll/DataPagination.h"
+#include "Quoll/DataResourceItem.h"
 #include "Quoll/Errors.h"
 #include "Quoll/Guid.h"
 #include "Quoll/HandleDeleters.h"
