@@ -8,6 +8,8 @@
 #include "time/Iso8601.h"
 #include "time/LocalTime.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <stdexcept>
 #include <string>
@@ -39,36 +41,100 @@ std::uint16_t ReadField(const WString& text, std::size_t first, std::size_t size
     return static_cast<std::uint16_t>(NumberScanner(field).TakeDecimal().value_or(0));
 }
 
-// Writes the number's last two digits.
-WChar* WriteTwoDigits(unsigned number, WChar* to) noexcept
+SYSTEMTIME ReadFields(const WString& text)
 {
-    *to++ = static_cast<WChar>('0' + number / 10 % 10);
-    *to++ = static_cast<WChar>('0' + number % 10);
-    return to;
+    SYSTEMTIME systemTime{};
+    systemTime.wYear = ReadField(text, 0, 4);
+    systemTime.wMonth = ReadField(text, 5, 2);
+    systemTime.wDay = ReadField(text, 8, 2);
+    systemTime.wHour = ReadField(text, 11, 2);
+    systemTime.wMinute = ReadField(text, 14, 2);
+    systemTime.wSecond = ReadField(text, 17, 2);
+    return systemTime;
+}
+
+// Reads digits from a place on; remembers if one of them is none.
+class DigitReader
+{
+public:
+    explicit DigitReader(const WChar* text) noexcept
+        : m_text(text)
+    {
+    }
+
+    template<std::size_t First, std::size_t Count>
+    std::uint16_t Read() noexcept
+    {
+        unsigned number = 0;
+        for (std::size_t i = First; i < First + Count; ++i)
+        {
+            const unsigned digit = m_text[i] - unsigned{'0'};
+            m_areDigits &= digit < 10;
+            number = number * 10 + digit;
+        }
+        return static_cast<std::uint16_t>(number);
+    }
+    bool AreDigits() const noexcept
+    {
+        return m_areDigits;
+    }
+
+private:
+    const WChar* m_text;
+    bool m_areDigits = true;
+};
+
+// The fields of a text as our own printing makes it, which most are. False for all others.
+bool ReadUsualFields(WStringView text, SYSTEMTIME& time) noexcept
+{
+    if (text.size() != 19 || text[4] != '-' || text[7] != '-' || (text[10] != 'T' && text[10] != ' ') ||
+        text[13] != ':' || text[16] != ':')
+    {
+        return false;
+    }
+    DigitReader digits(text.data());
+    time = {digits.Read<0, 4>(),  digits.Read<5, 2>(),  0, digits.Read<8, 2>(), digits.Read<11, 2>(),
+            digits.Read<14, 2>(), digits.Read<17, 2>(), 0};
+    return digits.AreDigits();
+}
+
+// The digits of two decimal places.
+using TwoDigits = std::array<WChar, 2>;
+constexpr auto DigitPairs = [] {
+    std::array<TwoDigits, 100> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); ++i)
+    {
+        pairs[i] = {static_cast<WChar>('0' + i / 10), static_cast<WChar>('0' + i % 10)};
+    }
+    return pairs;
+}();
+
+// A separator and two digits.
+WChar* Write(WChar separator, unsigned number, WChar* to) noexcept
+{
+    *to = separator;
+    std::copy_n(DigitPairs[number].begin(), 2, to + 1);
+    return to + 3;
 }
 
 // What the pictures "yyyy'-'MM'-'dd" and "HH:mm:ss" print.
 WString PrintIso8601(const SYSTEMTIME& time, WChar separator)
 {
-    WChar buffer[24];
-    WChar* next = buffer;
-    if (time.wYear >= 10000)
+    const bool isLong = time.wYear >= 10000;
+    WString text(isLong ? 20 : 19, WChar{0});
+    WChar* to = text.data();
+    if (isLong)
     {
-        *next++ = static_cast<WChar>('0' + time.wYear / 10000);
+        *to++ = static_cast<WChar>('0' + time.wYear / 10000);
     }
-    next = WriteTwoDigits(time.wYear / 100, next);
-    next = WriteTwoDigits(time.wYear, next);
-    *next++ = '-';
-    next = WriteTwoDigits(time.wMonth, next);
-    *next++ = '-';
-    next = WriteTwoDigits(time.wDay, next);
-    *next++ = separator;
-    next = WriteTwoDigits(time.wHour, next);
-    *next++ = ':';
-    next = WriteTwoDigits(time.wMinute, next);
-    *next++ = ':';
-    next = WriteTwoDigits(time.wSecond, next);
-    return {buffer, next};
+    to = std::copy_n(DigitPairs[time.wYear / 100 % 100].begin(), 2, to);
+    to = std::copy_n(DigitPairs[time.wYear % 100].begin(), 2, to);
+    to = Write('-', time.wMonth, to);
+    to = Write('-', time.wDay, to);
+    to = Write(separator, time.wHour, to);
+    to = Write(':', time.wMinute, to);
+    Write(':', time.wSecond, to);
+    return text;
 }
 
 WString PrintHex(const FILETIME& fileTime)
@@ -153,18 +219,17 @@ void UtcTime::SetTimeAsFileTimeHex(const WString& text, bool isLocal)
 
 void UtcTime::SetTimeAsISO8601(const WString& text, bool isLocal)
 {
+    SYSTEMTIME systemTime;
+    if (ReadUsualFields(text, systemTime))
+    {
+        SetTime(systemTime, isLocal);
+        return;
+    }
     if (!IsIso8601Text(text))
     {
         throw std::invalid_argument("Is not a valid ISO8601 string");
     }
-    SYSTEMTIME systemTime{};
-    systemTime.wYear = ReadField(text, 0, 4);
-    systemTime.wMonth = ReadField(text, 5, 2);
-    systemTime.wDay = ReadField(text, 8, 2);
-    systemTime.wHour = ReadField(text, 11, 2);
-    systemTime.wMinute = ReadField(text, 14, 2);
-    systemTime.wSecond = ReadField(text, 17, 2);
-    SetTime(systemTime, isLocal);
+    SetTime(ReadFields(text), isLocal);
 }
 
 WString UtcTime::ToLocalDateString(const SYSTEMTIME& systemTime, LocaleUserAccount locale)
