@@ -130,9 +130,9 @@ public:
     void SetStringValue(WStringView name, const WString& value) override;
     int GetIntValue(WStringView name) const override;
     /// The moment that the attribute's text says: its 16 hexadecimal digits, or a text in ISO 8601. It is taken as UTC.
-    /// @throws std::invalid_argument, std::out_of_range, Win32Exception  as the constructor of UtcTime, for an
-    /// attribute
-    ///                                                                   that is missing or empty, too
+    /// @throws std::invalid_argument  as the constructor of UtcTime; the attribute is missing or empty
+    /// @throws std::out_of_range  as the constructor of UtcTime
+    /// @throws Win32Exception  as the constructor of UtcTime
     UtcTime GetDateValue(WStringView name) const override;
     void SetIntValue(WStringView name, int value) override;
     std::uint64_t GetUint64Value(WStringView name) const override;

@@ -11,9 +11,11 @@
 /// | locale | on Windows | on Linux |
 /// |---|---|---|
 /// | 0x7F invariant | the invariant locale | the same: English names, "MM/dd/yyyy", "dddd, dd MMMM yyyy", "HH:mm:ss" |
-/// | 0x400 user default, and 0 | the user's regional settings | `LC_ALL`, else `LC_TIME`, else `LANG`; if none is set,
-/// and always in a privileged process, the system's | | 0x800 system default | the system's locale | `LANG` and the
-/// others, out of `/etc/locale.conf` or `/etc/default/locale` |
+/// | 0x400 user default, and 0 | the user's regional settings | `LC_ALL`, else `LC_TIME`, else `LANG` |
+/// | 0x800 system default | the system's locale | the same, out of the system's settings |
+///
+/// The system's settings on Linux are `/etc/locale.conf` or `/etc/default/locale`. They count for the user as well if
+/// the environment has none of the three, and always in a privileged process.
 ///
 /// On Linux names and formats are those of the C library's locale; its long date is its date with time, without
 /// the time and with whole names. A change of the environment or of the files is followed by the next call. The
@@ -27,9 +29,10 @@
 /// | d, dd | day of the month, without and with a leading zero |
 /// | ddd, dddd | name of the day of the week, short and whole |
 /// | M, MM | month, without and with a leading zero |
-/// | MMM, MMMM | name of the month, short and whole; in languages that inflect it, beside d or dd as they want it there
-/// | | y, yy | last digit of the year, last two digits (Wine prints both digits for y, without a leading zero) | | yyy,
-/// yyyy | the whole year | | g, gg | era: "A.D." (Wine prints it once for each g, and as "AD") |
+/// | MMM, MMMM | name of the month, short and whole; beside d or dd as the language inflects it |
+/// | y, yy | last digit of the year, last two digits (Wine prints both for y) |
+/// | yyy, yyyy | the whole year |
+/// | g, gg | era: "A.D." (Wine prints "AD", once for each g) |
 ///
 /// **Pictures of a time.** The date is ignored; milliseconds aren't printed.
 ///
@@ -70,7 +73,8 @@ namespace Quoll::Utilities
 ///
 /// Errors are Win32Exception with the platform's code: 87 (ERROR_INVALID_PARAMETER) for an unknown locale and for a
 /// moment that doesn't exist, 1004 (ERROR_INVALID_FLAGS) for flags that don't go together or with a picture. On
-/// Linux flags that aren't listed are refused with 1004 as well. std::bad_alloc may come from both.
+/// Linux flags that aren't listed, but for Windows' 4 of a date and 0x40000000, are refused with 1004 as well.
+/// std::bad_alloc may come from both.
 class QUOLL_API UserLocalFormat
 {
 public:

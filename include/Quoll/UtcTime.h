@@ -23,8 +23,8 @@ namespace Quoll::Utilities
 ///
 /// What is stored is always UTC. In most conversions a flag `isLocal` says what goes in or comes out: true means
 /// local time of the machine's current zone, false UTC. The zone's present rules are taken for every year. Of
-/// the hour that comes twice in autumn a local time is the first one; a local time that is skipped in spring
-/// counts on from the hour before. What passes through calendar fields, as all local times do, keeps whole
+/// the hour that comes twice in autumn a local time is the first one; a local time that is skipped in spring is
+/// read by the clock that begins there. What passes through calendar fields, as all local times do, keeps whole
 /// milliseconds. Calendar fields reach from 1601 to 30827; the day of the week is never read.
 ///
 /// On Linux the zone is that of `TZ`, else `/etc/localtime`; a process with more rights than its user ignores `TZ`.
@@ -64,7 +64,7 @@ public:
     /// The empty moment.
     UtcTime() noexcept = default;
     /// The moment of a file time; 0 is the empty one, whatever `isLocal` says. A local time whose UTC equivalent
-    /// lies before 1601 gives the empty moment as well.
+    /// lies before 1601, by the zone's present bias, gives the empty moment as well.
     /// @throws Win32Exception  "Can't convert file time to system time", "Can't convert from local time to utc time",
     ///                         "Can't convert system time to file time", "GetTimeZoneInformation failed"; all for
     ///                         local times only
@@ -182,7 +182,7 @@ public:
     WString ToString(const WString& dateFormat, const WString& separator, const WString& timeFormat,
                      bool isLocal) const;
     /// A form that the constructor reads. Neither a fraction nor a zone is written.
-    /// @throws Win32Exception  as GetSystemTime
+    /// @throws Win32Exception  as GetSystemTime; "GetDateFormatW failed" for an ISO 8601 text of a year behind 30827
     /// @throws std::invalid_argument  "unknown argument value" for the form
     /// @throws std::runtime_error  "Can't creat hex string. Errno: ..."
     WString ToString(StringValue form, bool isLocal) const;

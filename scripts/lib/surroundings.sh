@@ -11,10 +11,10 @@ make_locale() { # language, character set
     rm -rf "$made"
 }
 
-# The suites of tests/time, and those of tests/platform that speak of calendar times.
+# The suites of tests/time, those of tests/platform that speak of calendar times, and that which reads local times.
 time_suites() {
     local files
-    mapfile -t files < <(grep -lE '\b(SYSTEMTIME|LCID|LOCALE_[A-Z]+)\b' tests/platform/*.cpp tests/platform/linux/*.cpp && ls tests/time/*.cpp)
+    mapfile -t files < <(grep -lE '\b(SYSTEMTIME|LCID|LOCALE_[A-Z]+)\b' tests/platform/*.cpp tests/platform/linux/*.cpp && ls tests/time/*.cpp tests/data/DataFilterTest.cpp)
     sed -nE 's/^(TYPED_)?TEST(_F|_P)?\(([A-Za-z0-9_]+),.*/\3.*:\3\/*:*\/\3.*/p' "${files[@]}" | sort -u | paste -s -d :
 }
 
@@ -26,7 +26,7 @@ in_each_surrounding() {
     filter=--gtest_filter=$(time_suites)
     make_locale de_DE UTF-8
     make_locale de_DE ISO-8859-1
-    for zone in UTC Europe/Berlin Australia/Lord_Howe; do
+    for zone in UTC Europe/Berlin Australia/Lord_Howe America/New_York; do
         for language in C de_DE.UTF-8; do
             TZ=$zone LC_ALL=$language "$@" "${zone//\//-}-$language" "$filter"
         done

@@ -1,10 +1,10 @@
 #include "Quoll/UtcTime.h"
 
-#include "Quoll/StringUtilities.h"
 #include "Quoll/UserLocalFormat.h"
 #include "core/CharacterClass.h"
 #include "core/NumberScan.h"
 #include "core/SecurePrint.h"
+#include "core/utf/Transcoder.h"
 #include "time/Iso8601.h"
 #include "time/LocalTime.h"
 
@@ -137,6 +137,20 @@ WString PrintIso8601(const SYSTEMTIME& time, WChar separator)
     return text;
 }
 
+// Years that the calendar reaches but formats of dates refuse.
+bool HasFormats(const SYSTEMTIME& time) noexcept
+{
+    return time.wYear <= 30827;
+}
+
+// For a message: what is ill-formed becomes U+FFFD.
+std::string PrintLeniently(const WString& text)
+{
+    std::string bytes(Utf::MeasureEncode(text, true).written, '\0');
+    Utf::EncodeLenient(text, bytes.data(), bytes.size());
+    return bytes;
+}
+
 WString PrintHex(const FILETIME& fileTime)
 {
     WChar buffer[2 * HexDigits + 1];
@@ -192,9 +206,13 @@ WString UtcTime::ToString(StringValue form, bool isLocal) const
     case StringValue::FileTimeHex:
         return PrintHex(GetFileTime(isLocal));
     case StringValue::Iso8601Blank:
-        return PrintIso8601(GetSystemTime(isLocal), ' ');
     case StringValue::Iso8601T:
-        return PrintIso8601(GetSystemTime(isLocal), 'T');
+    {
+        const WChar separator = form == StringValue::Iso8601T ? 'T' : ' ';
+        const SYSTEMTIME systemTime = GetSystemTime(isLocal);
+        return HasFormats(systemTime) ? PrintIso8601(systemTime, separator)
+                                      : ToString("yyyy'-'MM'-'dd"_w, WString(1, separator), "HH:mm:ss"_w, isLocal);
+    }
     default:
         throw std::invalid_argument("unknown argument value");
     }
@@ -214,7 +232,7 @@ void UtcTime::SetTimeAsFileTimeHex(const WString& text, bool isLocal)
     {
         throw std::invalid_argument("Can't convert empty hex value to utc object");
     }
-    throw std::invalid_argument("Can't convert value: " + StringUtilities::Utf16ToUtf8(text) + " to utc object");
+    throw std::invalid_argument("Can't convert value: " + PrintLeniently(text) + " to utc object");
 }
 
 void UtcTime::SetTimeAsISO8601(const WString& text, bool isLocal)

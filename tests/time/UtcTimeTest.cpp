@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <random>
@@ -96,6 +97,8 @@ TEST(UtcTime, ReadsAndPrintsHexadecimalTexts)
               Failure("Can't convert empty hex value to utc object", 0));
     EXPECT_EQ(GetFailure([] { Read("01d2f0ab"_w, Form::FileTimeHex); }),
               Failure("Can't convert value: 01d2f0ab to utc object", 0));
+    EXPECT_EQ(GetFailure([] { Read(WString(1, WChar{0xD800}), Form::FileTimeHex); }),
+              Failure("Can't convert value: \xEF\xBF\xBD to utc object", 0));
 }
 
 TEST(UtcTime, PrintsIsoTextsAsThePicturesDo)
@@ -109,8 +112,7 @@ TEST(UtcTime, PrintsIsoTextsAsThePicturesDo)
             const auto print = [&](const WString& separator) {
                 return moment.ToString("yyyy'-'MM'-'dd"_w, separator, "HH:mm:ss"_w, isLocal);
             };
-            // Wine knows no years beyond its own last one.
-            if (moment.GetYear(false) < 30000)
+            if (moment.GetYear(isLocal) <= 30827)
             {
                 EXPECT_EQ(moment.ToString(Form::Iso8601Blank, isLocal), print(" "_w));
                 EXPECT_EQ(moment.ToString(Form::Iso8601T, isLocal), print("T"_w));
@@ -121,6 +123,9 @@ TEST(UtcTime, PrintsIsoTextsAsThePicturesDo)
     EXPECT_EQ(GetFailure([] { UtcTime().ToString(static_cast<Form>(3), false); }),
               Failure("unknown argument value", 0));
     const Failure noMoment{"Can't convert file time to system time", ERROR_INVALID_PARAMETER};
+    const UtcTime last = MakeMoment((std::uint64_t{1} << 63) - 1);
+    EXPECT_EQ(GetFailure([&] { last.ToString(Form::Iso8601T, false); }),
+              GetFailure([&] { last.ToString("yyyy'-'MM'-'dd"_w, "T"_w, "HH:mm:ss"_w, false); }));
     EXPECT_EQ(GetFailure([] { MakeMoment(std::uint64_t{1} << 63).ToString(Form::Iso8601T, false); }), noMoment);
 }
 
@@ -258,6 +263,19 @@ TEST(UtcTime, FormatsByLocale)
               UserLocalFormat::GetFormatDate(local, 0x800, 1, {}));
 }
 
+TEST(UtcTime, GivesEachField)
+{
+    const UtcTime moment(2023, 4, 15, 6, 7, 8, 9, false);
+    std::uint16_t all[7];
+    moment.GetTime(all[0], all[1], all[2], all[3], all[4], all[5], all[6], false);
+    const std::uint16_t single[] = {moment.GetYear(false),        moment.GetMonth(false),  moment.GetDay(false),
+                                    moment.GetHour(false),        moment.GetMinute(false), moment.GetSecond(false),
+                                    moment.GetMilliseconds(false)};
+    const std::uint16_t expected[] = {2023, 4, 15, 6, 7, 8, 9};
+    EXPECT_TRUE(std::equal(std::begin(all), std::end(all), expected));
+    EXPECT_TRUE(std::equal(std::begin(single), std::end(single), expected));
+}
+
 TEST(UtcTime, NowLiesBetweenTwoReadings)
 {
     const auto read = [] {
@@ -276,7 +294,6 @@ TEST(TimeSpan, DividesTowardsZeroAndIgnoresItself)
     EXPECT_EQ(TimeSpan(-1).GetTotalMilliseconds(), 0);
     EXPECT_EQ(TimeSpan(-10000).GetTotalMilliseconds(), -1);
     EXPECT_EQ(TimeSpan(863'999'999'999).GetTotalDays(), 0);
-    // 10675199 days are all that fit, so the cut shows only in the sign's absence.
     EXPECT_EQ(TimeSpan(std::numeric_limits<std::int64_t>::min()).GetTotalDays(), -10675199);
     TimeSpan span(5);
     const TimeSpan& same = span;
@@ -285,6 +302,11 @@ TEST(TimeSpan, DividesTowardsZeroAndIgnoresItself)
     EXPECT_EQ(span.GetTicks(), 5);
     span += TimeSpan(std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(span.GetTicks(), std::numeric_limits<std::int64_t>::min() + 4);
+    EXPECT_EQ(TimeUnitConverter::DaysToHours(-2), -48);
+    EXPECT_EQ(TimeUnitConverter::HoursToSeconds(2), 7200);
+    EXPECT_EQ(TimeUnitConverter::MinutesToSeconds(2), 120);
+    EXPECT_EQ(TimeUnitConverter::SecondsToHours(-7199), -1);
+    EXPECT_EQ(TimeUnitConverter::SecondsToMinutes(119), 1);
     EXPECT_EQ(TimeUnitConverter::SecondsToDays(-86399), 0);
     EXPECT_EQ(TimeUnitConverter::SecondsToMilliseconds(-1), std::numeric_limits<std::uint64_t>::max() - 999);
 }

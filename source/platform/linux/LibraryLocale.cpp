@@ -70,7 +70,9 @@ private:
         char* out = reinterpret_cast<char*>(wide.data());
         std::size_t outLeft = wide.size() * sizeof(WChar);
         iconv(m_conversion, nullptr, nullptr, nullptr, nullptr);
-        if (iconv(m_conversion, &in, &inLeft, &out, &outLeft) != 0)
+        // The second call gives what a decoder holds back, as it might be combined with what follows.
+        if (iconv(m_conversion, &in, &inLeft, &out, &outLeft) != 0 ||
+            iconv(m_conversion, nullptr, nullptr, &out, &outLeft) != 0)
         {
             throw Undecodable{};
         }

@@ -93,6 +93,7 @@ public:
         }
         const bool changed = other || (now != m_second && m_source->Refresh());
         m_second = now;
+        m_record.until = changed ? m_record.from : m_record.until; // should memory run out, the next call goes on
         if (changed || now < m_record.from || now >= m_record.until)
         {
             m_record = MakeZoneRecord(m_source->Current(), now);

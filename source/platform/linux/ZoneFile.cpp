@@ -118,6 +118,10 @@ private:
     bool ReadTimes(Zone& zone) const
     {
         zone.times.clear();
+        if (m_times.empty() || m_times.size() > 6 * 256)
+        {
+            return false;
+        }
         for (std::size_t at = 0; at < m_times.size(); at += 6)
         {
             const std::int64_t offset = Signed(m_times.substr(at, 4));
@@ -133,7 +137,7 @@ private:
                                   .daylight = flag == 1,
                                   .name = std::string(name.substr(0, end))});
         }
-        return !zone.times.empty() && zone.times.size() <= 256;
+        return true;
     }
 
     bool ReadTransitions(Zone& zone) const

@@ -178,7 +178,12 @@ std::optional<Zone> ZoneSource::ReadFile()
     {
         return std::nullopt;
     }
-    return ParseZoneFile(file.Read(m_state.size));
+    const std::string content = file.Read(m_state.size);
+    if (content.size() != static_cast<std::size_t>(m_state.size))
+    {
+        m_state = {}; // to be read again
+    }
+    return ParseZoneFile(content);
 }
 
 } // namespace Quoll::Platform

@@ -22,10 +22,14 @@ BOOL Store(std::int64_t milliseconds, SYSTEMTIME* time) noexcept
 bool ConvertWithinMonth(const SYSTEMTIME& time, std::int64_t bias, SYSTEMTIME* result) noexcept
 {
     constexpr int minutesPerDay = 1440;
+    if (bias < -minutesPerDay || bias > minutesPerDay)
+    {
+        return false;
+    }
     const int minutes = time.wHour * 60 + time.wMinute - static_cast<int>(bias);
     const int days = (minutes >= minutesPerDay ? 1 : 0) - (minutes < 0 ? 1 : 0);
     const int day = time.wDay + days;
-    if (bias < -minutesPerDay || bias > minutesPerDay || day < 1 || day > 28)
+    if (day < 1 || day > 28)
     {
         return false;
     }

@@ -56,7 +56,7 @@ extern "C"
     DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone) noexcept;
 
     // Without a zone the current one is taken. ERROR_INVALID_PARAMETER as above for the time given and
-    // for a result outside of file times, and for a zone whose dates are no rules or stand alone. The
+    // for a result outside of file times, and for a zone whose dates are no rules, or with DaylightDate alone. The
     // hour that is skipped in spring and the one that comes twice in autumn are both read as the time
     // with the greater offset: 02:30 is half an hour before the clock goes forward, and the first of
     // the two. Both pointers may name one time.
