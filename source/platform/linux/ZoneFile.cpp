@@ -118,7 +118,7 @@ private:
     bool ReadTimes(Zone& zone) const
     {
         zone.times.clear();
-        if (m_times.empty() || m_times.size() > 6 * 256)
+        if (m_times.empty() || m_times.size() > std::size_t{6} * 256)
         {
             return false;
         }
