@@ -22,7 +22,7 @@ public:
     DocumentBuilder(bool allowDuplicates, std::size_t textSize) noexcept;
 
     void OpenObject();
-    // Room for so many units, where the next text begins. It becomes one of the operations that take its size.
+    // Room for so many units. The operations below that take a size make a text of those put there.
     WChar* GetTextRoom(std::size_t size);
     // The same behind a part of the text that was put there, which may move.
     WChar* GetTextRoom(WChar* behind, std::size_t size);
