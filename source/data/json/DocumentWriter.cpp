@@ -2,6 +2,8 @@
 
 #include "data/json/ValueContent.h"
 
+#include <algorithm>
+
 namespace Quoll::Json
 {
 
@@ -26,10 +28,25 @@ void DocumentWriter::WriteSorted(const DataObject& object)
     m_text.Append('}');
 }
 
+// Nested objects are written in the order of their keys, which isn't that of memory.
+inline void DocumentWriter::FetchObjects(const ValueMap& entries) noexcept
+{
+    constexpr std::size_t most = 16;
+    for (std::size_t i = 0; i < std::min(entries.m_readObjectCount, most); ++i)
+    {
+        if (const DataObject* const nested = entries.m_readObjects[i].get())
+        {
+            __builtin_prefetch(nested);
+            __builtin_prefetch(nested + 1);
+        }
+    }
+}
+
 void DocumentWriter::OpenObject(const DataObject& object)
 {
     m_text.Append('{');
     const ValueMap& entries = object.GetValueMap();
+    FetchObjects(entries);
     m_open.Push(Open{&entries, nullptr, entries.size(), false});
     if (entries.m_added != nullptr)
     {

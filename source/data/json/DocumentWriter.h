@@ -32,6 +32,7 @@ private:
         bool needsComma;
     };
 
+    static void FetchObjects(const ValueMap& entries) noexcept;
     void OpenObject(const DataObject& object);
     void WriteObject(const DataObject* object);
     void WriteOpen();
