@@ -19,6 +19,7 @@
 #include "Quoll/Locks.h"
 #include "Quoll/MultiClientPipe.h"
 #include "Quoll/NativePath.h"
+#include "Quoll/Path.h"
 #include "Quoll/PipeClient.h"
 #include "Quoll/PipeFraming.h"
 #include "Quoll/PipePeer.h"

@@ -1,0 +1,288 @@
+#include "Quoll/Path.h"
+
+#include "Quoll/Errors.h"
+#include "Quoll/StringUtilities.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+#include <stdexcept>
+
+namespace Quoll::Utilities
+{
+
+namespace
+{
+
+using namespace Quoll::Literals;
+
+// For messages: gtest doesn't print 16-bit text.
+std::string Shown(WStringView text)
+{
+    return StringUtilities::TruncateToAscii(WString(text));
+}
+
+struct Row
+{
+    WideLiteral path;
+    WideLiteral expected;
+};
+
+template<class Operation, std::size_t Count>
+void ExpectAll(Operation operation, const Row (&rows)[Count])
+{
+    for (const Row& row : rows)
+    {
+        const WString result = operation(row.path);
+        EXPECT_EQ(result, row.expected) << Shown(row.path) << " gave " << Shown(result);
+    }
+}
+
+TEST(Path, CombinesWithOneBackslash)
+{
+    const struct
+    {
+        WideLiteral left;
+        WideLiteral right;
+        WideLiteral expected;
+    } rows[] = {
+        {""_w, ""_w, ""_w},
+        {"a"_w, ""_w, "a"_w},
+        {""_w, "\\b"_w, "\\b"_w},
+        {"C:"_w, "x"_w, "C:\\x"_w},
+        {"C:\\a\\"_w, "\\b"_w, "C:\\a\\b"_w},
+        {"C:\\a\\"_w, "\\\\b"_w, "C:\\a\\\\b"_w},
+        {"C:\\a\\\\"_w, "b"_w, "C:\\a\\\\b"_w},
+        {"C:\\a/"_w, "b"_w, "C:\\a/\\b"_w},
+        {"C:\\a"_w, "/b"_w, "C:\\a\\/b"_w},
+        {"a"_w, "\\b"_w, "a\\b"_w},
+        {"a"_w, "C:\\b"_w, "a\\C:\\b"_w},
+        {"\\"_w, "\\"_w, "\\"_w},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(Path::Combine(row.left, row.right), row.expected) << Shown(row.left) << " and " << Shown(row.right);
+    }
+}
+
+TEST(Path, AddsABackslashToPathsWithoutOne)
+{
+    constexpr Row rows[] = {{""_w, ""_w}, {"a"_w, "a\\"_w}, {"a\\"_w, "a\\"_w}, {"a/"_w, "a/\\"_w}};
+    ExpectAll(
+        [](WString path) {
+            Path::AddBackslash(path);
+            return path;
+        },
+        rows);
+}
+
+TEST(Path, TakesPathsApart)
+{
+    const struct
+    {
+        WideLiteral path;
+        WideLiteral directory;
+        WideLiteral fileName;
+        WideLiteral stem; // and what follows it is the extension
+    } rows[] = {
+        {""_w, ""_w, ""_w, ""_w},
+        {"name"_w, ""_w, "name"_w, "name"_w},
+        {"C:\\"_w, "C:"_w, ""_w, "C:\\"_w},
+        {"\\x"_w, ""_w, "x"_w, "\\x"_w},
+        {"C:\\a\\b.txt"_w, "C:\\a"_w, "b.txt"_w, "C:\\a\\b"_w},
+        {"C:\\a\\b\\"_w, "C:\\a\\b"_w, ""_w, "C:\\a\\b\\"_w},
+        {"C:\\a/b.c"_w, "C:"_w, "b.c"_w, "C:\\a/b"_w},
+        {"C:/a.b/c"_w, ""_w, "c"_w, "C:/a"_w},
+        {"C:\\a.b\\c"_w, "C:\\a.b"_w, "c"_w, "C:\\a.b\\c"_w},
+        {"a/b\\c/d"_w, "a/b"_w, "d"_w, "a/b\\c/d"_w},
+        {"x.tar.gz"_w, ""_w, "x.tar.gz"_w, "x.tar"_w},
+        {"x."_w, ""_w, "x."_w, "x"_w},
+        {".hidden"_w, ""_w, ".hidden"_w, ""_w},
+        {"a\\.b"_w, "a"_w, ".b"_w, "a\\"_w},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(Path::GetDirectory(row.path), row.directory) << Shown(row.path);
+        EXPECT_EQ(Path::GetFileName(row.path), row.fileName) << Shown(row.path);
+        EXPECT_EQ(Path::RemoveExtension(row.path), row.stem) << Shown(row.path);
+        EXPECT_EQ(Path::GetExtension(row.path), row.path.substr(row.stem.size())) << Shown(row.path);
+    }
+}
+
+TEST(Path, InsertsBeforeTheExtension)
+{
+    EXPECT_EQ(Path::InsertBeforeExtension("log.txt"_w, '_', 3), "log_3.txt"_w);
+    EXPECT_EQ(Path::InsertBeforeExtension("C:\\a.b\\log"_w, '-', "old"_w), "C:\\a.b\\log-old"_w);
+    EXPECT_EQ(Path::InsertBeforeExtension(""_w, '_', ""_w), "_"_w);
+    EXPECT_EQ(Path::InsertBeforeExtension("a."_w, '_', std::numeric_limits<std::int32_t>::min()), "a_-2147483648."_w);
+    EXPECT_EQ(Path::InsertBeforeExtension("a.b"_w, '.', 0), "a.0.b"_w);
+}
+
+TEST(Path, KnowsTheKindOfAPath)
+{
+    const struct
+    {
+        WideLiteral path;
+        bool isAbsolute;
+        bool isLocal;
+        bool isLocalRoot;
+        bool isUncRoot;
+    } rows[] = {
+        {""_w, false, false, false, false},
+        {":"_w, false, false, false, false},
+        {"C:"_w, false, true, true, false},
+        {"C:\\"_w, true, true, true, false},
+        {"C:/"_w, true, true, true, false},
+        {"C:x"_w, false, false, false, false},
+        {"C:foo"_w, false, false, false, false},
+        {"C:/x"_w, true, true, false, false},
+        {"1:\\x"_w, true, true, false, false},
+        {"\\\\"_w, false, false, false, false},
+        {"\\\\x"_w, true, false, false, false},
+        {"//x"_w, false, false, false, false},
+        {"\\x"_w, false, false, false, false},
+        {"\\\\server\\share"_w, true, false, false, true},
+        {"\\\\server\\share\\"_w, true, false, false, true},
+        {"\\\\server\\"_w, true, false, false, true},
+        {"\\\\server"_w, true, false, false, false},
+        {"\\\\server\\share\\x"_w, true, false, false, false},
+        {"\\\\server\\share\\\\"_w, true, false, false, false},
+        {"\\\\\\share\\"_w, true, false, false, false},
+        {"\\\\s\\"_w, true, false, false, false},
+        {"\\\\s\\x"_w, true, false, false, true},
+        {"//server/share"_w, false, false, false, false},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(Path::IsAbsolutePath(row.path), row.isAbsolute) << Shown(row.path);
+        EXPECT_EQ(Path::IsLocalPath(row.path), row.isLocal) << Shown(row.path);
+        EXPECT_EQ(Path::IsLocalRootPath(row.path), row.isLocalRoot) << Shown(row.path);
+        EXPECT_EQ(Path::IsUNCRootPath(row.path), row.isUncRoot) << Shown(row.path);
+        EXPECT_EQ(Path::IsRootPath(row.path), row.isLocalRoot || row.isUncRoot) << Shown(row.path);
+    }
+}
+
+TEST(Path, RemovesTheIdentifierOfLongPathsFromDrives)
+{
+    constexpr Row rows[] = {
+        {""_w, ""_w},
+        {"\\\\?"_w, "\\\\?"_w},
+        {"\\\\?\\C:\\x"_w, "C:\\x"_w},
+        {"\\\\?\\C:"_w, "C:"_w},
+        {"\\\\?\\UNC\\s\\h"_w, "\\\\?\\UNC\\s\\h"_w},
+        {"x\\\\?\\C:\\y"_w, "x\\\\?\\C:\\y"_w},
+        {"\\\\?\\\\\\?\\C:"_w, "\\\\?\\\\\\?\\C:"_w},
+    };
+    ExpectAll(Path::RemoveLongPathIdentifier, rows);
+    for (const WideLiteral path : {"\\\\?\\"_w, "\\\\?\\C"_w})
+    {
+        try
+        {
+            Path::RemoveLongPathIdentifier(path);
+            FAIL() << Shown(path);
+        }
+        catch (const std::out_of_range& error)
+        {
+            EXPECT_STREQ(error.what(), "invalid string position");
+        }
+    }
+}
+
+TEST(Path, FindsTheDrive)
+{
+    constexpr Row rows[] = {{"C:\\x"_w, "C:"_w}, {"C:relative"_w, "C:"_w}, {"c:"_w, "c:"_w}, {"1:x"_w, "1:"_w}};
+    ExpectAll(Path::GetDrive, rows);
+    for (const WideLiteral path : {""_w, "C"_w, ":"_w, "\\\\server\\share"_w, "\\\\?\\C:\\x"_w, "a\\b"_w, "\0:"_w})
+    {
+        try
+        {
+            Path::GetDrive(path);
+            FAIL() << Shown(path);
+        }
+        catch (const FileSystemException& error)
+        {
+            EXPECT_TRUE(std::string(error.what()).starts_with("Unable to get drive")) << error.what();
+        }
+    }
+}
+
+TEST(Path, MakesPathsCanonical)
+{
+    constexpr Row rows[] = {
+        {""_w, "\\"_w},
+        {"."_w, "\\"_w},
+        {".."_w, "\\"_w},
+        {"..."_w, "\\"_w},
+        {"a.."_w, "a"_w},
+        {"*..."_w, "*."_w},
+        {"a*b.."_w, "a*b"_w},
+        {"C:"_w, "C:\\"_w},
+        {"C:.."_w, "C:\\"_w},
+        {"C:\\."_w, "C:\\"_w},
+        {"C:\\..\\a"_w, "C:\\a"_w},
+        {"C:\\a\\..\\"_w, "C:\\"_w},
+        {"C:\\a\\."_w, "C:\\a"_w},
+        {"C:\\a\\.\\"_w, "C:\\a\\"_w},
+        {"C:\\a.\\b.."_w, "C:\\a.\\b"_w},
+        {"C:\\a\\..b\\.c"_w, "C:\\a\\..b\\.c"_w},
+        {"C:\\a\\...\\b"_w, "C:\\a\\...\\b"_w},
+        {"C:\\a\\b\\..\\..\\..\\c"_w, "C:\\c"_w},
+        {"C:\\a\\\\..\\b"_w, "C:\\a\\b"_w},
+        {"C:/a/../b"_w, "C:/a/../b"_w},
+        {"a\\.."_w, "\\"_w},
+        {"a\\..\\b"_w, "\\b"_w},
+        {"a\\b\\.."_w, "a"_w},
+        {"..\\a"_w, "a"_w},
+        {".\\a"_w, "a"_w},
+        {"\\.."_w, "\\"_w},
+        {"\\a\\..\\..\\b"_w, "\\b"_w},
+        {"\\\\s\\sh\\..\\x"_w, "\\\\s\\x"_w},
+        {"\\\\s\\sh\\a\\..\\..\\..\\b"_w, "\\\\s\\b"_w},
+        {"\\\\.."_w, "\\\\"_w},
+        {"\\\\?\\C:\\a\\..\\..\\b"_w, "\\\\?\\C:\\b"_w},
+        {"\\\\?\\C:\\.."_w, "\\\\?\\C:\\"_w},
+        {"\\\\?\\UNC\\s\\sh\\..\\..\\x"_w, "\\\\?\\UNC\\s\\x"_w},
+        {"\\\\?\\Volume{1}\\..\\x"_w, "\\\\?\\Volume{1}\\x"_w},
+        {"C:\\a\\..\\b\0\\..\\c"_w, "C:\\b"_w},
+    };
+    ExpectAll(Path::MakeCanonical, rows);
+    const WString longest = WString("C:\\"_w).append(256, 'a');
+    EXPECT_EQ(Path::MakeCanonical(longest), longest);
+    EXPECT_TRUE(Path::MakeCanonical(longest + "\\.."_w).empty());
+}
+
+TEST(Path, LetsAnyUnitsPass)
+{
+    std::mt19937 random(1);
+    constexpr WStringView units = "\\/.:a"_w;
+    for (int round = 0; round < 2000; ++round)
+    {
+        WString path;
+        for (auto length = random() % 12; length > 0; --length)
+        {
+            const auto choice = random() % 8;
+            path.push_back(choice < 5 ? units[choice]
+                                      : static_cast<WChar>(random() % 2 == 0 ? 0 : 0xD800 + random() % 0x800));
+        }
+        EXPECT_EQ(Path::RemoveExtension(path) + Path::GetExtension(path), path);
+        EXPECT_TRUE(path.ends_with(Path::GetFileName(path)));
+        const std::size_t last = path.rfind('\\');
+        if (last != WString::npos)
+        {
+            const WString directory = Path::GetDirectory(path);
+            EXPECT_EQ(directory + path.substr(last), path);
+        }
+    }
+}
+
+TEST(Path, CanBeAssigned)
+{
+    Path path;
+    path = Path();
+    path = static_cast<const Path&>(path);
+}
+
+} // namespace
+
+} // namespace Quoll::Utilities
