@@ -3,6 +3,8 @@
 #include "Quoll/Errors.h"
 #include "Quoll/TimeSpan.h"
 
+#include <platform/local_time.h>
+
 namespace Quoll::Utilities
 {
 
@@ -48,19 +50,23 @@ bool LiesBeforeScale(const Zone& zone, std::uint64_t ticks) noexcept
 
 } // namespace
 
-SYSTEMTIME ToSystemTime(const FILETIME& fileTime)
+void ReadSystemTime(const FILETIME& fileTime, SYSTEMTIME& systemTime)
 {
-    SYSTEMTIME systemTime;
     if (FileTimeToSystemTime(&fileTime, &systemTime) == FALSE)
     {
         throw Win32Exception("Can't convert file time to system time");
     }
-    return systemTime;
 }
 
 FILETIME ToLocalFileTime(const FILETIME& fileTime)
 {
-    const SYSTEMTIME universal = ToSystemTime(fileTime);
+    std::uint64_t known = 0;
+    if (Platform::KnownLocalTime(ToTicks(fileTime), known))
+    {
+        return ToFileTime(known);
+    }
+    SYSTEMTIME universal;
+    ReadSystemTime(fileTime, universal);
     const Zone zone = ReadZone();
     SYSTEMTIME local;
     if (SystemTimeToTzSpecificLocalTime(&zone.rules, &universal, &local) == FALSE)
@@ -72,7 +78,8 @@ FILETIME ToLocalFileTime(const FILETIME& fileTime)
 
 std::uint64_t ToUtcTicks(const FILETIME& local)
 {
-    const SYSTEMTIME fields = ToSystemTime(local);
+    SYSTEMTIME fields;
+    ReadSystemTime(local, fields);
     const Zone zone = ReadZone();
     SYSTEMTIME universal;
     if (TzSpecificLocalTimeToSystemTime(&zone.rules, &fields, &universal) == FALSE)

@@ -19,7 +19,8 @@ constexpr FILETIME ToFileTime(std::uint64_t ticks) noexcept
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-SYSTEMTIME ToSystemTime(const FILETIME& fileTime);
+// Into the caller's record: one that comes back in registers has to wait there for its own fields.
+void ReadSystemTime(const FILETIME& fileTime, SYSTEMTIME& systemTime);
 
 FILETIME ToLocalFileTime(const FILETIME& fileTime);
 

@@ -129,7 +129,9 @@ FILETIME UtcTime::GetFileTime(bool isLocal) const
 
 SYSTEMTIME UtcTime::GetSystemTime(bool isLocal) const
 {
-    return ToSystemTime(GetFileTime(isLocal));
+    SYSTEMTIME systemTime;
+    ReadSystemTime(GetFileTime(isLocal), systemTime);
+    return systemTime;
 }
 
 std::uint16_t UtcTime::GetYear(bool isLocal) const

@@ -109,38 +109,28 @@ constexpr auto DigitPairs = [] {
     return pairs;
 }();
 
-// A separator and two digits.
-WChar* Write(WChar separator, unsigned number, WChar* to) noexcept
+// A number of two decimal places.
+void Write(unsigned number, WChar* to) noexcept
 {
-    *to = separator;
-    std::copy_n(DigitPairs[number].begin(), 2, to + 1);
-    return to + 3;
+    std::copy_n(DigitPairs[number].begin(), 2, to);
 }
 
-// What the pictures "yyyy'-'MM'-'dd" and "HH:mm:ss" print.
+// What the pictures "yyyy'-'MM'-'dd" and "HH:mm:ss" print of a year of four places.
 WString PrintIso8601(const SYSTEMTIME& time, WChar separator)
 {
-    const bool isLong = time.wYear >= 10000;
-    WString text(isLong ? 20 : 19, WChar{0});
-    WChar* to = text.data();
-    if (isLong)
-    {
-        *to++ = static_cast<WChar>('0' + time.wYear / 10000);
-    }
-    to = std::copy_n(DigitPairs[time.wYear / 100 % 100].begin(), 2, to);
-    to = std::copy_n(DigitPairs[time.wYear % 100].begin(), 2, to);
-    to = Write('-', time.wMonth, to);
-    to = Write('-', time.wDay, to);
-    to = Write(separator, time.wHour, to);
-    to = Write(':', time.wMinute, to);
-    Write(':', time.wSecond, to);
+    // Begun as a copy of known size, which costs less than filling.
+    constexpr auto form = "0000-00-00 00:00:00"_w;
+    WString text(form.data(), 19);
+    WChar* const to = text.data();
+    Write(time.wYear / 100u, to);
+    Write(time.wYear % 100u, to + 2);
+    Write(time.wMonth, to + 5);
+    Write(time.wDay, to + 8);
+    to[10] = separator;
+    Write(time.wHour, to + 11);
+    Write(time.wMinute, to + 14);
+    Write(time.wSecond, to + 17);
     return text;
-}
-
-// Years that the calendar reaches but formats of dates refuse.
-bool HasFormats(const SYSTEMTIME& time) noexcept
-{
-    return time.wYear <= 30827;
 }
 
 // For a message: what is ill-formed becomes U+FFFD.
@@ -209,9 +199,10 @@ WString UtcTime::ToString(StringValue form, bool isLocal) const
     case StringValue::Iso8601T:
     {
         const WChar separator = form == StringValue::Iso8601T ? 'T' : ' ';
-        const SYSTEMTIME systemTime = GetSystemTime(isLocal);
-        return HasFormats(systemTime) ? PrintIso8601(systemTime, separator)
-                                      : ToString("yyyy'-'MM'-'dd"_w, WString(1, separator), "HH:mm:ss"_w, isLocal);
+        SYSTEMTIME systemTime;
+        ReadSystemTime(GetFileTime(isLocal), systemTime);
+        return systemTime.wYear < 10000 ? PrintIso8601(systemTime, separator)
+                                        : ToString("yyyy'-'MM'-'dd"_w, WString(1, separator), "HH:mm:ss"_w, isLocal);
     }
     default:
         throw std::invalid_argument("unknown argument value");

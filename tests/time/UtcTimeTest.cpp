@@ -185,6 +185,27 @@ TEST(UtcTime, ConvertsLocalTimesAsThePlatformDoes)
     EXPECT_TRUE(UtcTime(MakeFileTime(0), true).IsEmpty());
     TIME_ZONE_INFORMATION zone;
     ASSERT_NE(GetTimeZoneInformation(&zone), TIME_ZONE_ID_INVALID);
+    const auto expectAsCalls = [&](std::uint64_t ticks) {
+        const FILETIME fileTime = MakeFileTime(ticks);
+        FILETIME expected;
+        SYSTEMTIME fields;
+        ASSERT_TRUE(FileTimeToSystemTime(&fileTime, &fields));
+        ASSERT_TRUE(SystemTimeToTzSpecificLocalTime(&zone, &fields, &fields));
+        ASSERT_TRUE(SystemTimeToFileTime(&fields, &expected));
+        ASSERT_EQ(UtcTime(MakeMoment(ticks).GetFileTime(true), false), UtcTime(expected, false)) << ticks;
+    };
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 20'000; ++i)
+    {
+        const std::uint64_t aroundTheCentury = random() % (std::uint64_t{150} * 365 * TimeSpan::DAY);
+        expectAsCalls(UtcTime(1950, 1, 1, 0, 0, 0, 0, false).GetTime() + aroundTheCentury);
+    }
+    const std::uint64_t end = UtcTime(2025, 1, 2, 0, 0, 0, 0, false).GetTime();
+    for (std::uint64_t half = UtcTime(2022, 12, 31, 0, 0, 0, 0, false).GetTime(); half < end; half += TicksPerHour / 2)
+    {
+        expectAsCalls(half - 1);
+        expectAsCalls(half);
+    }
     // Noon is far from any hour that comes twice.
     for (std::uint16_t month = 1; month <= 12; ++month)
     {
@@ -208,19 +229,20 @@ TEST(UtcTime, HasNoMomentsBeforeTheScale)
 {
     TIME_ZONE_INFORMATION zone;
     ASSERT_NE(GetTimeZoneInformation(&zone), TIME_ZONE_ID_INVALID);
+    const auto [least, most] = std::minmax({zone.Bias + zone.StandardBias, zone.Bias + zone.DaylightBias});
     const UtcTime local(MakeFileTime(TicksPerHour / 2), true);
     const SYSTEMTIME fields = MakeMoment(TicksPerHour / 2).GetSystemTime(false);
-    if (zone.Bias <= -60) // the east
+    if (most <= -60) // the east
     {
         EXPECT_TRUE(local.IsEmpty());
         EXPECT_EQ(GetFailure([&] { UtcTime(fields, true); }),
                   Failure("Can't convert from local time to utc time", ERROR_INVALID_PARAMETER));
     }
-    else
+    if (least >= 0)
     {
         EXPECT_EQ(local, UtcTime(fields, true));
     }
-    if (zone.Bias >= 60) // the west
+    if (least >= 60) // the west
     {
         EXPECT_EQ(GetFailure([] { MakeMoment(TicksPerHour / 2).GetYear(true); }),
                   Failure("Can't convert utc system time to local system time", ERROR_INVALID_PARAMETER));

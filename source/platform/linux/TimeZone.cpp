@@ -3,12 +3,16 @@
 // source, which looks at the zone's file once a second.
 #include "platform/linux/Calendar.h"
 #include "platform/linux/ErrnoTable.h"
+#include "platform/linux/LocalShifts.h"
 #include "platform/linux/ZoneRecord.h"
 #include "platform/linux/ZoneSource.h"
+
+#include <platform/local_time.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <list>
 #include <mutex>
 #include <new>
 
@@ -71,6 +75,41 @@ struct Kept
     KeptVariable variable;
     std::int64_t second = -1;
     ZoneRecord record;
+    const LocalShifts* shifts = nullptr; // null if there are none for the record
+};
+
+// The shifts of the records that were used, for ever, since threads hold on to them. A process sees few
+// records in its life; what comes behind the last that has room goes without.
+class ShiftStore
+{
+public:
+    const LocalShifts* Get(const TIME_ZONE_INFORMATION& zone)
+    {
+        for (const Entry& entry : m_entries)
+        {
+            if (std::memcmp(&entry.zone, &zone, sizeof(zone)) == 0)
+            {
+                return &entry.shifts;
+            }
+        }
+        constexpr std::size_t most = 16;
+        return m_entries.size() < most ? &m_entries.emplace_back(zone).shifts : nullptr;
+    }
+
+private:
+    struct Entry
+    {
+        explicit Entry(const TIME_ZONE_INFORMATION& record)
+            : zone(record)
+            , shifts(record)
+        {
+        }
+
+        TIME_ZONE_INFORMATION zone;
+        LocalShifts shifts;
+    };
+
+    std::list<Entry> m_entries; // which stay where they are
 };
 
 class SharedZone
@@ -82,7 +121,7 @@ public:
         return zone;
     }
 
-    ZoneRecord Get(const char* value, std::int64_t now)
+    void Get(const char* value, std::int64_t now, Kept& kept)
     {
         const std::lock_guard lock(m_mutex);
         const bool other = !m_source || !m_source->IsFrom(value);
@@ -98,7 +137,8 @@ public:
         {
             m_record = MakeZoneRecord(m_source->Current(), now);
         }
-        return m_record;
+        kept.shifts = m_shifts.Get(m_record.information);
+        kept.record = m_record;
     }
 
 private:
@@ -106,6 +146,7 @@ private:
     std::optional<ZoneSource> m_source;
     std::int64_t m_second = -1; // when the file was looked at
     ZoneRecord m_record;
+    ShiftStore m_shifts;
 };
 
 // By members: whoever reads one of them next then finds it in one store.
@@ -126,7 +167,7 @@ BOOL Renew(Kept& kept, std::int64_t now) noexcept
     const char* const value = secure_getenv("TZ");
     try
     {
-        kept.record = SharedZone::Instance().Get(value, now);
+        SharedZone::Instance().Get(value, now, kept);
     }
     catch (const std::bad_alloc&)
     {
@@ -137,19 +178,33 @@ BOOL Renew(Kept& kept, std::int64_t now) noexcept
     return TRUE;
 }
 
-} // namespace
-
-DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone) noexcept
+// Null, with the last error, without memory.
+[[gnu::always_inline]] inline const Kept* CurrentZone() noexcept
 {
     // A plain access, because a call for it is a third of the cost.
     [[gnu::tls_model("initial-exec")]] constinit static thread_local Kept kept;
     timespec clock{};
     clock_gettime(CLOCK_REALTIME_COARSE, &clock);
     const std::int64_t now = clock.tv_sec + SecondsToUnixEpoch;
-    if ((now != kept.second || !kept.variable.IsSame()) && Renew(kept, now) == FALSE)
+    const bool isKept = now == kept.second && kept.variable.IsSame();
+    return isKept || Renew(kept, now) != FALSE ? &kept : nullptr;
+}
+
+} // namespace
+
+DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone) noexcept
+{
+    const Kept* const kept = CurrentZone();
+    if (kept == nullptr)
     {
         return TIME_ZONE_ID_INVALID;
     }
-    Copy(kept.record.information, *zone);
-    return kept.record.id;
+    Copy(kept->record.information, *zone);
+    return kept->record.id;
+}
+
+bool Quoll::Platform::KnownLocalTime(std::uint64_t ticks, std::uint64_t& local) noexcept
+{
+    const Kept* const kept = CurrentZone();
+    return kept != nullptr && kept->shifts != nullptr && kept->shifts->Convert(ticks, local);
 }
