@@ -102,7 +102,8 @@ enum class ObjectKind : std::uint8_t
 {
     Event,
     Mutex,
-    Pipe
+    Pipe,
+    File
 };
 
 class Waitable;

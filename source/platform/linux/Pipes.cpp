@@ -121,6 +121,29 @@ BOOL EndProcessId(HANDLE pipe, bool ofServer, ULONG* processId) noexcept
 }
 
 } // namespace
+
+HANDLE OpenPipeByName(LPCWSTR name, DWORD disposition, DWORD flags) noexcept
+{
+    PipeAddress address;
+    if (disposition != OPEN_EXISTING || (flags & FILE_FLAG_OVERLAPPED) == 0)
+    {
+        Fail(ERROR_NOT_SUPPORTED);
+        return INVALID_HANDLE_VALUE;
+    }
+    const auto transport = address.Parse(name) ? OpenInstance(address) : Ref<PipeTransport>();
+    if (!transport)
+    {
+        return INVALID_HANDLE_VALUE;
+    }
+    const auto end = MakeEnd<ClientEnd>(transport);
+    const HANDLE handle = end ? GiveHandle(*end) : INVALID_HANDLE_VALUE;
+    if (handle != INVALID_HANDLE_VALUE)
+    {
+        SetLastError(ERROR_SUCCESS);
+    }
+    return handle;
+}
+
 } // namespace Quoll::Platform
 
 using namespace Quoll::Platform;
@@ -206,63 +229,6 @@ extern "C"
         return EndProcessId(pipe, true, processId);
     }
 
-    HANDLE CreateFileW(LPCWSTR name, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD flags,
-                       HANDLE) noexcept
-    {
-        PipeAddress address;
-        if (name == nullptr || !PipeAddress::HasPipePrefix(name) || disposition != OPEN_EXISTING ||
-            (flags & FILE_FLAG_OVERLAPPED) == 0)
-        {
-            Fail(name == nullptr ? ERROR_INVALID_PARAMETER : ERROR_NOT_SUPPORTED);
-            return INVALID_HANDLE_VALUE;
-        }
-        if (!HandleTable::IsValid())
-        {
-            Fail(ERROR_INVALID_HANDLE);
-            return INVALID_HANDLE_VALUE;
-        }
-        const auto transport = address.Parse(name) ? OpenInstance(address) : Ref<PipeTransport>();
-        if (!transport)
-        {
-            return INVALID_HANDLE_VALUE;
-        }
-        const auto end = MakeEnd<ClientEnd>(transport);
-        const HANDLE handle = end ? GiveHandle(*end) : INVALID_HANDLE_VALUE;
-        if (handle != INVALID_HANDLE_VALUE)
-        {
-            SetLastError(ERROR_SUCCESS);
-        }
-        return handle;
-    }
-
-    BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped) noexcept
-    {
-        const Pinned<PipeEnd> end(file);
-        if (!end)
-        {
-            return FALSE;
-        }
-        if (overlapped == nullptr || (buffer == nullptr && size != 0))
-        {
-            return Fail(ERROR_INVALID_PARAMETER);
-        }
-        return end->Read(static_cast<std::byte*>(buffer), size, read, *overlapped);
-    }
-
-    BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) noexcept
-    {
-        const Pinned<PipeEnd> end(file);
-        if (!end)
-        {
-            return FALSE;
-        }
-        if (overlapped == nullptr || (buffer == nullptr && size != 0))
-        {
-            return Fail(ERROR_INVALID_PARAMETER);
-        }
-        return end->Write(static_cast<const std::byte*>(buffer), size, written, *overlapped);
-    }
-
     BOOL GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD transferred, BOOL wait) noexcept
     {
         if (overlapped == nullptr || transferred == nullptr)
@@ -291,22 +257,6 @@ extern "C"
         *transferred = static_cast<DWORD>(overlapped->InternalHigh);
         const DWORD code = OutcomeCode(*overlapped);
         return code == ERROR_SUCCESS ? TRUE : Fail(code);
-    }
-
-    BOOL CancelIo(HANDLE file) noexcept
-    {
-        const Pinned<PipeEnd> end(file);
-        if (end)
-        {
-            end->Cancel(nullptr, GetCurrentThreadId()); // nothing to cancel is no failure here
-        }
-        return end ? TRUE : FALSE;
-    }
-
-    BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped) noexcept
-    {
-        const Pinned<PipeEnd> end(file);
-        return end ? end->Cancel(overlapped, 0) : FALSE;
     }
 
 } // extern "C"

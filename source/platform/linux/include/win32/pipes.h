@@ -6,14 +6,8 @@
 // that creates the name gets ERROR_ACCESS_DENIED.
 #pragma once
 
-#include "handles.h"
+#include "files.h"
 
-constexpr DWORD GENERIC_READ = 0x80000000;
-constexpr DWORD GENERIC_WRITE = 0x40000000;
-constexpr DWORD FILE_WRITE_DATA = 0x2;
-constexpr DWORD FILE_WRITE_ATTRIBUTES = 0x100;
-constexpr DWORD OPEN_EXISTING = 3;
-constexpr DWORD FILE_FLAG_OVERLAPPED = 0x40000000;
 constexpr DWORD FILE_FLAG_FIRST_PIPE_INSTANCE = 0x00080000;
 
 constexpr DWORD PIPE_ACCESS_DUPLEX = 3;
@@ -39,14 +33,7 @@ extern "C"
     BOOL GetNamedPipeClientProcessId(HANDLE pipe, ULONG* processId) noexcept;
     BOOL GetNamedPipeServerProcessId(HANDLE pipe, ULONG* processId) noexcept;
 
-    /// Opens a pipe's client end, for overlapped use. Where no instance is free it waits a tenth of a
-    /// second for one before it fails with ERROR_PIPE_BUSY: a server makes the next instance when the
-    /// last one has got its client, and those who come at once would lose that race again and again.
-    /// Names outside \\.\pipe\ are ERROR_NOT_SUPPORTED as yet.
-    HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
-                       DWORD flags, HANDLE pattern) noexcept;
-    BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped) noexcept;
-    BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) noexcept;
+    // Of files as well, whose operations are over when they come back.
     BOOL GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD transferred, BOOL wait) noexcept;
     BOOL CancelIo(HANDLE file) noexcept;
     BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped) noexcept;

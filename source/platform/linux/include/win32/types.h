@@ -24,6 +24,7 @@ using ULONGLONG = std::uint64_t;
 union LARGE_INTEGER {
     LONGLONG QuadPart;
 };
+using PLARGE_INTEGER = LARGE_INTEGER*;
 using ULONG_PTR = std::uintptr_t;
 using SIZE_T = std::size_t;
 using HRESULT = std::int32_t;
@@ -32,6 +33,8 @@ using WCHAR = Quoll::WChar;
 using LPVOID = void*;
 using LPCVOID = const void*;
 using LPDWORD = DWORD*;
+using PLONG = LONG*;
+using LPFILETIME = FILETIME*;
 using LPSTR = char*;
 using LPCSTR = const char*;
 using LPWSTR = WCHAR*;

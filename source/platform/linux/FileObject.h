@@ -1,0 +1,48 @@
+// An open file or folder: what its handle names.
+#pragma once
+
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/Object.h"
+
+#include <cstddef>
+
+#include <windows.h>
+
+namespace Quoll::Platform
+{
+
+class FileObject final : public Object
+{
+public:
+    static constexpr ObjectKind ClassKind = ObjectKind::File;
+
+    /// `access` in single rights. A file for overlapped use has no position of its own.
+    FileObject(Descriptor file, DWORD access, bool overlapped) noexcept
+        : Object(ClassKind)
+        , m_file(std::move(file))
+        , m_access(access)
+        , m_overlapped(overlapped)
+    {
+    }
+
+    int File() const noexcept
+    {
+        return m_file.Get();
+    }
+    /// False with ERROR_ACCESS_DENIED if the handle has none of these rights.
+    bool Grants(DWORD anyOf) const noexcept;
+
+    BOOL Read(std::byte* buffer, DWORD size, DWORD* read, OVERLAPPED* overlapped) noexcept;
+    BOOL Write(const std::byte* buffer, DWORD size, DWORD* written, OVERLAPPED* overlapped) noexcept;
+
+private:
+    struct Transfer;
+
+    BOOL Run(const Transfer& transfer, DWORD* transferred, OVERLAPPED* overlapped) noexcept;
+
+    const Descriptor m_file;
+    const DWORD m_access;
+    const bool m_overlapped;
+};
+
+} // namespace Quoll::Platform

@@ -1,0 +1,75 @@
+// Names that come and go: folders made, folders and files removed.
+#include "platform/linux/ErrnoTable.h"
+#include "platform/linux/FileAttributes.h"
+#include "platform/linux/FileName.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Quoll::Platform;
+
+namespace
+{
+
+/// Of the name itself, be it a link.
+bool ReadNameFacts(const FileName& name, struct statx& facts) noexcept
+{
+    return statx(AT_FDCWD, name.Native(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
+}
+
+} // namespace
+
+BOOL CreateDirectoryW(LPCWSTR name, LPSECURITY_ATTRIBUTES attributes) noexcept
+{
+    FileName folder;
+    if (!folder.Parse(name))
+    {
+        return FALSE;
+    }
+    if (mkdir(folder.Native(), S_IRWXU | S_IRWXG | S_IRWXO) != 0)
+    {
+        return folder.Fails(FileOperation::MakeFolder);
+    }
+    const void* const security = attributes == nullptr ? nullptr : attributes->lpSecurityDescriptor;
+    const bool forEverybody =
+        security != nullptr && (static_cast<const SECURITY_DESCRIPTOR*>(security)->Control & SE_DACL_PRESENT) != 0;
+    return !forEverybody || chmod(folder.Native(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? TRUE : FailWithErrno();
+}
+
+BOOL RemoveDirectoryW(LPCWSTR name) noexcept
+{
+    FileName folder;
+    struct statx facts;
+    if (!folder.Parse(name))
+    {
+        return FALSE;
+    }
+    if (ReadFacts(folder.Native(), facts) && IsFolder(facts) &&
+        (ReadAttributes(folder.Native(), facts) & FILE_ATTRIBUTE_READONLY) != 0)
+    {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    return rmdir(folder.Native()) == 0 ? TRUE : folder.Fails(FileOperation::RemoveFolder);
+}
+
+BOOL DeleteFileW(LPCWSTR name) noexcept
+{
+    FileName file;
+    struct statx facts;
+    if (!file.Parse(name))
+    {
+        return FALSE;
+    }
+    if (!ReadNameFacts(file, facts))
+    {
+        return file.Fails(FileOperation::Delete);
+    }
+    if (IsReadOnly(facts) || IsFolder(facts))
+    {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    return unlink(file.Native()) == 0 ? TRUE : file.Fails(FileOperation::Delete);
+}
