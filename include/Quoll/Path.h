@@ -4,6 +4,7 @@
 
 #include "Quoll/Api.h"
 #include "Quoll/WideString.h"
+#include "Quoll/WindowsTypes.h"
 
 #include <cstdint>
 
@@ -121,7 +122,60 @@ public:
     /// backslash; and of nothing a backslash is left. A forward slash is a unit like any other. A relative path may
     /// come out with a backslash at its beginning: `a\..\b` gives `\b`.
     static WString MakeCanonical(const WString& path);
+
+    /// The path if it IsAbsolutePath, else the path Combined with GetModuleDirectory: the current directory never
+    /// counts. An empty path gives the module directory.
+    /// @throws Win32Exception  as GetModuleFullPath
+    static WString MakeFullPath(WStringView path);
     /// @}
+
+    /// @name Names of the kernel
+    /// Between `C:\folder\file` and `\Device\HarddiskVolume1\folder\file`. On Linux `C:` is the one drive, and that is
+    /// its device.
+    /// @{
+
+    /// What the drive, all up to the first colon behind the first unit, is mapped to, and what follows the colon as it
+    /// stands. An empty path gives an empty one. A drive with several mappings gives all of them, a NUL between two.
+    /// @throws FileSystemException  "Can't convert NT path. Invalid path: ": there is no such colon
+    /// @throws FileSystemException  "Could not get size of nt path": the platform knows no such drive, or its mappings
+    ///                              have more than 258 units
+    static WString ConvertToNTPath(const WString& path);
+
+    /// The drive, `A:` to `Z:`, whose first mapping is all that stands before the third backslash, Combined with all
+    /// that stands behind it. Case counts. An empty path gives an empty one.
+    /// @throws FileSystemException  "Can't normalize NT path. Can't find third slash": there is none, as in a path that
+    ///                              names a device alone
+    /// @throws FileSystemException  "Can't resolve NT path": no drive is mapped to the device
+    static WString NormalizeNTPath(const WString& ntPath);
+    /// @}
+
+    /// @name Places
+    /// @{
+
+    /// The file of a module, null for the program itself. On Linux all links in it are followed.
+    /// @throws Win32Exception  "Can't get full path": the handle is none of a module
+    static WString GetModuleFullPath(HMODULE module);
+
+    /// The file of this library or of the program itself.
+    /// @throws Win32Exception  "Can't get full path"
+    static WString GetModuleFullPath(bool ofThisLibrary);
+
+    /// GetDirectory of this library's file.
+    /// @throws Win32Exception  as GetModuleFullPath
+    static WString GetModuleDirectory();
+
+    /// GetFileName of the program's file.
+    /// @throws Win32Exception  as GetModuleFullPath
+    static WString GetProcessName();
+
+    /// The folder of the system; on Linux `C:\Windows`, below which hardly anything exists.
+    /// @throws std::runtime_error  "Cannot get the system root directory"
+    static WString GetSystemRootDirectory();
+    /// @}
+
+protected:
+    /// The module that holds this library's code.
+    static HMODULE GetImageBase() noexcept;
 };
 
 } // namespace Quoll::Utilities

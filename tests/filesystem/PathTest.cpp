@@ -3,6 +3,8 @@
 #include "Quoll/Errors.h"
 #include "Quoll/StringUtilities.h"
 
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -250,6 +252,84 @@ TEST(Path, MakesPathsCanonical)
     const WString longest = WString("C:\\"_w).append(256, 'a');
     EXPECT_EQ(Path::MakeCanonical(longest), longest);
     EXPECT_TRUE(Path::MakeCanonical(longest + "\\.."_w).empty());
+}
+
+// The message and the code of the exception that the operation throws, ERROR_BUSY where no call fails.
+template<class Operation>
+std::string Refusal(Operation operation, const WString& path)
+{
+    SetLastError(ERROR_BUSY);
+    try
+    {
+        operation(path);
+        return "none";
+    }
+    catch (const FileSystemException& error)
+    {
+        const std::string text = error.what();
+        return text.substr(0, text.find(": ")) + " " + std::to_string(error.code().value());
+    }
+}
+
+TEST(Path, ConvertsNamesOfTheKernel)
+{
+    const WString native = Path::ConvertToNTPath("C:\\a:\\b"_w);
+    EXPECT_TRUE(native.starts_with("\\Device\\"_w));
+    EXPECT_TRUE(native.ends_with("\\a:\\b"_w));
+    EXPECT_EQ(native.find(WChar{0}), WString::npos);
+    EXPECT_EQ(Path::NormalizeNTPath(native), "C:\\a:\\b"_w);
+    const WString device = Path::ConvertToNTPath("C:"_w);
+    EXPECT_EQ(Path::NormalizeNTPath(device + "\\"_w), "C:"_w);
+    EXPECT_EQ(Path::NormalizeNTPath(device + "\\\\x"_w), "C:\\x"_w);
+    EXPECT_TRUE(Path::ConvertToNTPath(""_w).empty() && Path::NormalizeNTPath(""_w).empty());
+}
+
+TEST(Path, RefusesNamesThatTheKernelDoesNotHave)
+{
+    for (const WideLiteral path : {"x"_w, ":"_w, ":x"_w, "\\a\\b"_w})
+    {
+        EXPECT_EQ(Refusal(Path::ConvertToNTPath, path), "Can't convert NT path. Invalid path 170") << Shown(path);
+    }
+    EXPECT_EQ(Refusal(Path::ConvertToNTPath, "none:\\x"_w), "Could not get size of nt path 2");
+    for (const WideLiteral path : {"x"_w, "\\"_w, "\\Device\\Volume"_w})
+    {
+        EXPECT_EQ(Refusal(Path::NormalizeNTPath, path), "Can't normalize NT path. Can't find third slash 170");
+    }
+    const WString upper = StringUtilities::ToUpper(Path::ConvertToNTPath("C:\\x"_w));
+    for (const WString& path : {upper, WString("\\a\\b\\c"_w), WString("\\\\\\"_w)})
+    {
+        EXPECT_TRUE(Refusal(Path::NormalizeNTPath, path).starts_with("Can't resolve NT path")) << Shown(path);
+    }
+}
+
+TEST(Path, FindsTheFilesOfModules)
+{
+    const WString program = Path::GetModuleFullPath(false);
+    EXPECT_EQ(Path::GetModuleFullPath(nullptr), program);
+    EXPECT_TRUE(Path::IsAbsolutePath(program));
+    EXPECT_EQ(Path::RemoveExtension(Path::GetProcessName()), "quoll_tests"_w);
+    EXPECT_EQ(Path::GetModuleDirectory(), Path::GetDirectory(program)); // the tests hold the library's code
+    EXPECT_EQ(Path::Combine(Path::GetModuleDirectory(), Path::GetProcessName()), program);
+    try
+    {
+        int onStack = 0;
+        Path::GetModuleFullPath(reinterpret_cast<HMODULE>(&onStack));
+        FAIL();
+    }
+    catch (const Win32Exception& error)
+    {
+        EXPECT_EQ(error.GetErrorCode(), 126u);
+        EXPECT_TRUE(std::string(error.what()).starts_with("Can't get full path: "));
+    }
+}
+
+TEST(Path, MakesFullPathsFromTheLibrarysFolder)
+{
+    EXPECT_EQ(Path::MakeFullPath("C:\\x"_w), "C:\\x"_w);
+    EXPECT_EQ(Path::MakeFullPath("\\\\x"_w), "\\\\x"_w);
+    EXPECT_EQ(Path::MakeFullPath(""_w), Path::GetModuleDirectory());
+    EXPECT_EQ(Path::MakeFullPath("C:x"_w), Path::GetModuleDirectory() + "\\C:x"_w);
+    EXPECT_TRUE(Path::IsAbsolutePath(Path::GetSystemRootDirectory()));
 }
 
 TEST(Path, LetsAnyUnitsPass)

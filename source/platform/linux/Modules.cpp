@@ -1,10 +1,14 @@
-// Modules and entry points by name. A module's handle is the address of its row; nothing is ever
-// loaded or unloaded.
+// Modules and entry points. The handle of a platform module, whose calls this layer provides, is the address
+// of its row; that of any other is where it begins. Nothing is ever loaded or unloaded.
 #include "platform/linux/ErrnoTable.h"
+#include "platform/linux/LoadedModules.h"
+
+#include <platform/native_path.h>
 
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <string_view>
 
@@ -38,6 +42,25 @@ HMODULE KernelModule() noexcept
     return reinterpret_cast<HMODULE>(&g_kernel);
 }
 
+HMODULE ToHandle(std::uintptr_t module) noexcept
+{
+    return reinterpret_cast<HMODULE>(module);
+}
+
+// The library's own text for a module's file; empty if there is none.
+Quoll::WString FileOf(HMODULE module)
+{
+    using namespace Quoll::Platform;
+    auto address = module != nullptr ? reinterpret_cast<std::uintptr_t>(module) : ProgramModule();
+    const std::uintptr_t found = FindModule(address);
+    // The platform's own modules live in this library.
+    if (found == 0 || (found != address && module != KernelModule()))
+    {
+        return {};
+    }
+    return PathFromNative(ModuleFile(found));
+}
+
 bool EqualNoCase(std::u16string_view left, std::u16string_view right) noexcept
 {
     const auto lower = [](char16_t unit) {
@@ -52,8 +75,7 @@ HMODULE GetModuleHandleW(LPCWSTR name) noexcept
 {
     if (name == nullptr)
     {
-        Fail(ERROR_NOT_SUPPORTED);
-        return nullptr;
+        return ToHandle(Quoll::Platform::ProgramModule());
     }
     std::u16string_view stem = name;
     if (stem.size() >= k_extension.size() && EqualNoCase(stem.substr(stem.size() - k_extension.size()), k_extension))
@@ -66,6 +88,52 @@ HMODULE GetModuleHandleW(LPCWSTR name) noexcept
         return nullptr;
     }
     return KernelModule();
+}
+
+BOOL GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* module) noexcept
+{
+    constexpr DWORD known = GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT |
+                            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+    constexpr DWORD exclusive = GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (module == nullptr)
+    {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    *module = nullptr;
+    if ((flags & ~known) != 0 || (flags & exclusive) == exclusive)
+    {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    if ((flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) == 0 || nameOrAddress == nullptr)
+    {
+        *module = GetModuleHandleW(nameOrAddress); // none of these is ever unloaded
+        return *module != nullptr;
+    }
+    if ((flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) == 0)
+    {
+        return Fail(ERROR_NOT_SUPPORTED);
+    }
+    *module = ToHandle(Quoll::Platform::FindModule(reinterpret_cast<std::uintptr_t>(nameOrAddress)));
+    return *module != nullptr ? TRUE : Fail(ERROR_MOD_NOT_FOUND);
+}
+
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD capacity) noexcept
+{
+    const Quoll::WString file = FileOf(module);
+    if (file.empty())
+    {
+        return static_cast<DWORD>(Fail(ERROR_MOD_NOT_FOUND));
+    }
+    const bool fits = file.size() < capacity;
+    const DWORD length = fits ? static_cast<DWORD>(file.size()) : capacity;
+    if (capacity != 0)
+    {
+        const DWORD copied = fits ? length : length - 1;
+        std::copy_n(file.data(), copied, buffer);
+        buffer[copied] = 0;
+    }
+    SetLastError(fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER);
+    return length;
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept
