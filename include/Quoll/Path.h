@@ -127,6 +127,46 @@ public:
     /// counts. An empty path gives the module directory.
     /// @throws Win32Exception  as GetModuleFullPath
     static WString MakeFullPath(WStringView path);
+
+    /// The long form of the path of an existing file. On Linux names have no other form, and it is the path as given.
+    /// @throws FileSystemException  "GetLongPathName": no such file, or the platform can't tell
+    static WString ExpandPath(const WString& path);
+
+    /// The 8.3 form of the path of an existing file; the path as given where there is none, as on Linux.
+    /// @throws FileSystemException  "GetShortPathName": no such file, or the platform can't tell
+    static WString ShortenPath(const WString& path);
+    /// @}
+
+    /// @name Attributes
+    /// The platform's FILE_ATTRIBUTE_ bits. On Linux FILE_ATTRIBUTE_READONLY (1) of a file is the lack of any right to
+    /// write, and bits that the host doesn't have are kept beside the file where its file system can.
+    /// @{
+
+    /// The bits of a file or folder; 0xFFFFFFFF (INVALID_FILE_ATTRIBUTES) with the last error if they can't be read.
+    /// The cheap way to ask whether something exists.
+    static std::uint32_t GetAttributes(const WString& path) noexcept;
+
+    /// Sets exactly these bits.
+    /// @throws FileSystemException  "SetFileAttributes failed"
+    static void SetAttributes(const WString& path, std::uint32_t mask);
+
+    /// Adds the bits of the mask if none of them is set. Nothing is done, and nothing thrown, where the attributes
+    /// can't be read, unless the mask is 0.
+    /// @throws FileSystemException  "SetFileAttributes failed"
+    static void SetAttribute(const WString& path, std::uint32_t mask);
+
+    /// Takes the bits of the mask away if one of them is set. Nothing is done, and nothing thrown, where the attributes
+    /// can't be read.
+    /// @throws FileSystemException  "SetFileAttributes failed"
+    static void RemoveAttribute(const WString& path, std::uint32_t mask);
+
+    /// SetAttribute with FILE_ATTRIBUTE_READONLY.
+    /// @throws FileSystemException  "SetFileAttributes failed"
+    static void SetReadOnlyAttribute(const WString& path);
+
+    /// RemoveAttribute with FILE_ATTRIBUTE_READONLY.
+    /// @throws FileSystemException  "SetFileAttributes failed"
+    static void RemoveReadOnlyAttribute(const WString& path);
     /// @}
 
     /// @name Names of the kernel

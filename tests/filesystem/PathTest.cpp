@@ -1,12 +1,15 @@
 #include "Quoll/Path.h"
 
 #include "Quoll/Errors.h"
+#include "Quoll/NativePath.h"
 #include "Quoll/StringUtilities.h"
+#include "support/TemporaryDirectory.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -330,6 +333,51 @@ TEST(Path, MakesFullPathsFromTheLibrarysFolder)
     EXPECT_EQ(Path::MakeFullPath(""_w), Path::GetModuleDirectory());
     EXPECT_EQ(Path::MakeFullPath("C:x"_w), Path::GetModuleDirectory() + "\\C:x"_w);
     EXPECT_TRUE(Path::IsAbsolutePath(Path::GetSystemRootDirectory()));
+}
+
+TEST(Path, HasFormsWhereItExists)
+{
+    const Tests::TemporaryDirectory folder;
+    const WString path = NativePath::FromNative(folder.Path());
+    EXPECT_EQ(Path::ExpandPath(path), path);
+    EXPECT_EQ(Path::ExpandPath(Path::ShortenPath(path)), path);
+    EXPECT_EQ(Refusal(Path::ExpandPath, path + "\\x"_w), "GetLongPathName 2");
+    EXPECT_EQ(Refusal(Path::ShortenPath, path + "\\x"_w), "GetShortPathName 2");
+}
+
+TEST(Path, ChangesAttributes)
+{
+    const Tests::TemporaryDirectory folder;
+    std::ofstream(folder.Path() / "file") << "content";
+    const WString file = NativePath::FromNative(folder.Path() / "file");
+    const std::uint32_t before = Path::GetAttributes(file);
+    EXPECT_EQ(before & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY), 0u);
+    Path::SetReadOnlyAttribute(file);
+    EXPECT_EQ(Path::GetAttributes(file), before | FILE_ATTRIBUTE_READONLY);
+    Path::SetAttribute(file, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN); // as one of them is set
+    EXPECT_EQ(Path::GetAttributes(file), before | FILE_ATTRIBUTE_READONLY);
+    Path::RemoveAttribute(file, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    EXPECT_EQ(Path::GetAttributes(file), before);
+    Path::SetAttributes(file, before | FILE_ATTRIBUTE_READONLY);
+    Path::RemoveReadOnlyAttribute(file);
+    EXPECT_EQ(Path::GetAttributes(file), before);
+}
+
+TEST(Path, AttributesOfAMissingFile)
+{
+    const Tests::TemporaryDirectory folder;
+    const WString file = NativePath::FromNative(folder.Path() / "missing");
+    EXPECT_EQ(Path::GetAttributes(file), 0xFFFFFFFF);
+    EXPECT_NO_THROW(Path::SetReadOnlyAttribute(file));
+    EXPECT_NO_THROW(Path::RemoveReadOnlyAttribute(file));
+    const auto set = [](const WString& path) {
+        Path::SetAttributes(path, FILE_ATTRIBUTE_READONLY);
+    };
+    EXPECT_EQ(Refusal(set, file), "SetFileAttributes failed 2");
+    const auto setNothing = [](const WString& path) {
+        Path::SetAttribute(path, 0);
+    };
+    EXPECT_EQ(Refusal(setNothing, file), "SetFileAttributes failed 2");
 }
 
 TEST(Path, LetsAnyUnitsPass)

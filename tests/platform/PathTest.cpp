@@ -1,9 +1,13 @@
-// Names of devices and of the system's folder.
+// Names of devices, of the system's folder, and the forms of a path.
+#include "Quoll/NativePath.h"
 #include "Quoll/WideString.h"
+#include "support/TemporaryDirectory.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace Quoll::Tests
 {
@@ -71,6 +75,47 @@ TEST(FolderContract, ASmallBufferIsLeftAloneAndTheNeededCapacityTold)
     EXPECT_EQ(path[0], 'x');
     EXPECT_EQ(GetWindowsDirectoryW(path, length + 1), length);
     EXPECT_EQ(GetLastError(), k_someError);
+}
+
+TEST(PathFormContract, FormsOfAnExistingFile)
+{
+    const TemporaryDirectory folder;
+    std::ofstream(folder.Path() / "a name that is long.text") << "content";
+    const WString path = Utilities::NativePath::FromNative(folder.Path() / "a name that is long.text");
+    for (const auto call : {GetLongPathNameW, GetShortPathNameW})
+    {
+        SetLastError(k_someError);
+        const DWORD needed = call(path.c_str(), nullptr, 0);
+        ASSERT_GT(needed, 4u);
+        WString form(needed, 'x');
+        EXPECT_EQ(call(path.c_str(), form.data(), needed - 1), needed);
+        EXPECT_EQ(form, WString(needed, 'x'));
+        ASSERT_EQ(call(path.c_str(), form.data(), needed), needed - 1);
+        EXPECT_EQ(GetLastError(), k_someError);
+        EXPECT_EQ(form.find(WChar{0}), needed - 1);
+        EXPECT_NE(GetFileAttributesW(form.c_str()), INVALID_FILE_ATTRIBUTES);
+        if (call == GetLongPathNameW)
+        {
+            EXPECT_EQ(form.c_str(), path);
+        }
+    }
+}
+
+TEST(PathFormContract, MissingFilesHaveNone)
+{
+    const TemporaryDirectory folder;
+    const WString path = Utilities::NativePath::FromNative(folder.Path() / "missing");
+    for (const auto call : {GetLongPathNameW, GetShortPathNameW})
+    {
+        EXPECT_EQ(call(path.c_str(), nullptr, 0), 0u);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+        EXPECT_EQ(call(nullptr, nullptr, 0), 0u);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    }
+    EXPECT_EQ(GetLongPathNameW(""_w, nullptr, 0), 0u);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(GetShortPathNameW(""_w, nullptr, 0), 0u);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_PATHNAME});
 }
 
 } // namespace
