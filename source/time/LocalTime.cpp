@@ -50,12 +50,9 @@ bool LiesBeforeScale(const Zone& zone, std::uint64_t ticks) noexcept
 
 } // namespace
 
-void ReadSystemTime(const FILETIME& fileTime, SYSTEMTIME& systemTime)
+void ThrowNoSystemTime()
 {
-    if (FileTimeToSystemTime(&fileTime, &systemTime) == FALSE)
-    {
-        throw Win32Exception("Can't convert file time to system time");
-    }
+    throw Win32Exception("Can't convert file time to system time");
 }
 
 FILETIME ToLocalFileTime(const FILETIME& fileTime)
@@ -66,7 +63,7 @@ FILETIME ToLocalFileTime(const FILETIME& fileTime)
         return ToFileTime(known);
     }
     SYSTEMTIME universal;
-    ReadSystemTime(fileTime, universal);
+    ReadSystemTime(ToTicks(fileTime), false, universal);
     const Zone zone = ReadZone();
     SYSTEMTIME local;
     if (SystemTimeToTzSpecificLocalTime(&zone.rules, &universal, &local) == FALSE)
@@ -79,7 +76,7 @@ FILETIME ToLocalFileTime(const FILETIME& fileTime)
 std::uint64_t ToUtcTicks(const FILETIME& local)
 {
     SYSTEMTIME fields;
-    ReadSystemTime(local, fields);
+    ReadSystemTime(ToTicks(local), false, fields);
     const Zone zone = ReadZone();
     SYSTEMTIME universal;
     if (TzSpecificLocalTimeToSystemTime(&zone.rules, &fields, &universal) == FALSE)

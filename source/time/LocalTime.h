@@ -19,10 +19,21 @@ constexpr FILETIME ToFileTime(std::uint64_t ticks) noexcept
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-// Into the caller's record: one that comes back in registers has to wait there for its own fields.
-void ReadSystemTime(const FILETIME& fileTime, SYSTEMTIME& systemTime);
-
 FILETIME ToLocalFileTime(const FILETIME& fileTime);
+
+[[noreturn]] void ThrowNoSystemTime();
+
+// The fields of ticks, told as UTC or as local time. Into the caller's record: one that comes back in
+// registers has to wait there for its own fields.
+inline void ReadSystemTime(std::uint64_t ticks, bool isLocal, SYSTEMTIME& systemTime)
+{
+    const FILETIME universal = ToFileTime(ticks);
+    const FILETIME fileTime = isLocal ? ToLocalFileTime(universal) : universal;
+    if (FileTimeToSystemTime(&fileTime, &systemTime) == FALSE)
+    {
+        ThrowNoSystemTime();
+    }
+}
 
 // The ticks of a local file time; none for one whose moment lies before 1601.
 std::uint64_t ToUtcTicks(const FILETIME& local);

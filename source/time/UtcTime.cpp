@@ -130,7 +130,7 @@ FILETIME UtcTime::GetFileTime(bool isLocal) const
 SYSTEMTIME UtcTime::GetSystemTime(bool isLocal) const
 {
     SYSTEMTIME systemTime;
-    ReadSystemTime(GetFileTime(isLocal), systemTime);
+    ReadSystemTime(m_ticks, isLocal, systemTime);
     return systemTime;
 }
 

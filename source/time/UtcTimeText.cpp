@@ -200,7 +200,7 @@ WString UtcTime::ToString(StringValue form, bool isLocal) const
     {
         const WChar separator = form == StringValue::Iso8601T ? 'T' : ' ';
         SYSTEMTIME systemTime;
-        ReadSystemTime(GetFileTime(isLocal), systemTime);
+        ReadSystemTime(m_ticks, isLocal, systemTime);
         return systemTime.wYear < 10000 ? PrintIso8601(systemTime, separator)
                                         : ToString("yyyy'-'MM'-'dd"_w, WString(1, separator), "HH:mm:ss"_w, isLocal);
     }

@@ -105,11 +105,9 @@ constexpr std::int64_t ToMilliseconds(const SYSTEMTIME& time) noexcept
     return std::int64_t{days} * MillisecondsPerDay + MillisecondOfDay(time);
 }
 
-/// From milliseconds since 1601-01-01, at most MaximumTicks / TicksPerMillisecond.
-constexpr SYSTEMTIME ToSystemTime(std::uint64_t milliseconds) noexcept
+/// From days since 1601-01-01 and milliseconds of the day.
+constexpr SYSTEMTIME ToSystemTime(std::uint32_t days, std::uint32_t ofDay) noexcept
 {
-    const auto days = static_cast<std::uint32_t>(milliseconds / MillisecondsPerDay);
-    const auto ofDay = static_cast<std::uint32_t>(milliseconds % MillisecondsPerDay);
     const std::uint32_t seconds = ofDay / 1000;
     const std::uint32_t minutes = seconds / 60;
     const Date date = ToDate(days);
@@ -121,6 +119,20 @@ constexpr SYSTEMTIME ToSystemTime(std::uint64_t milliseconds) noexcept
             .wMinute = static_cast<WORD>(minutes % 60),
             .wSecond = static_cast<WORD>(seconds % 60),
             .wMilliseconds = static_cast<WORD>(ofDay % 1000)};
+}
+
+/// From milliseconds since 1601-01-01, at most MaximumTicks / TicksPerMillisecond.
+constexpr SYSTEMTIME ToSystemTime(std::uint64_t milliseconds) noexcept
+{
+    return ToSystemTime(static_cast<std::uint32_t>(milliseconds / MillisecondsPerDay),
+                        static_cast<std::uint32_t>(milliseconds % MillisecondsPerDay));
+}
+
+/// From at most MaximumTicks. The date needn't wait for the milliseconds.
+constexpr SYSTEMTIME TicksToSystemTime(std::uint64_t ticks) noexcept
+{
+    return ToSystemTime(static_cast<std::uint32_t>(ticks / TicksPerDay),
+                        static_cast<std::uint32_t>(ticks % TicksPerDay / TicksPerMillisecond));
 }
 
 } // namespace Quoll::Platform

@@ -38,7 +38,7 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) noexcept
     {
         return Fail(ERROR_INVALID_PARAMETER);
     }
-    *time = ToSystemTime(ticks / TicksPerMillisecond);
+    *time = TicksToSystemTime(ticks);
     return TRUE;
 }
 
