@@ -9,6 +9,7 @@
 #include "platform/linux/FileAttributes.h"
 #include "platform/linux/FileName.h"
 #include "platform/linux/FileObject.h"
+#include "platform/linux/FileSharing.h"
 #include "platform/linux/HandleTable.h"
 
 #include <cerrno>
@@ -74,6 +75,10 @@ private:
     {
         return m_disposition != OPEN_EXISTING && m_disposition != TRUNCATE_EXISTING;
     }
+    bool OnlyDeletes() const noexcept
+    {
+        return (m_access & (readingRights | writingRights)) == 0 && (m_access & DELETE) != 0;
+    }
     int HostFlags(bool existing) const noexcept;
     bool AdmitsAttributes(const struct statx& facts) const noexcept;
 
@@ -81,7 +86,7 @@ private:
     Outcome Create() noexcept;
     Outcome OpenExisting(const struct statx& facts) noexcept;
     Outcome OpenFolder() noexcept;
-    bool Accept() noexcept;
+    Outcome Accept() noexcept;
     bool Empty() noexcept;
     bool FurnishNew() noexcept;
     Outcome Fails(DWORD code) noexcept;
@@ -157,7 +162,7 @@ int Opening::HostFlags(bool existing) const noexcept
     const bool writes = (m_access & writingRights) != 0 || (existing && Empties());
     const bool reads = (m_access & readingRights) != 0;
     int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    if (existing && !reads && !writes)
+    if (existing && !reads && !writes && !OnlyDeletes())
     {
         return O_CLOEXEC | O_PATH;
     }
@@ -185,7 +190,7 @@ Opening::Outcome Opening::Create() noexcept
         m_name.Fails(FileOperation::Create);
         return Outcome::Failed;
     }
-    return FurnishNew() ? Outcome::Done : Outcome::Failed;
+    return DeclareSharing(m_file.Get(), m_access, m_shareMode) && FurnishNew() ? Outcome::Done : Outcome::Failed;
 }
 
 bool Opening::FurnishNew() noexcept
@@ -226,6 +231,10 @@ Opening::Outcome Opening::OpenExisting(const struct statx& facts) noexcept
     }
     m_existed = true;
     m_file = Descriptor(open(m_name.Native(), HostFlags(true)));
+    if (!m_file && errno == EACCES && OnlyDeletes())
+    {
+        m_file = Descriptor(open(m_name.Native(), O_PATH | O_CLOEXEC)); // which takes no part in sharing
+    }
     if (!m_file)
     {
         if (errno == ENOENT && MayCreate())
@@ -235,17 +244,34 @@ Opening::Outcome Opening::OpenExisting(const struct statx& facts) noexcept
         m_name.Fails(FileOperation::Open);
         return Outcome::Failed;
     }
-    return Accept() && (!Empties() || Empty()) ? Outcome::Done : Outcome::Failed;
+    const Outcome outcome = Accept();
+    return outcome != Outcome::Done || !Empties() || Empty() ? outcome : Outcome::Failed;
 }
 
-bool Opening::Accept() noexcept
+Opening::Outcome Opening::Accept() noexcept
 {
     struct statx facts;
     if (!ReadFacts(m_file.Get(), facts))
     {
-        return FailWithErrno() != FALSE;
+        return Fails(FromErrno(errno));
     }
-    return (!IsFolder(facts) && !IsSpecial(facts)) || Fail(ERROR_ACCESS_DENIED) != FALSE;
+    if (IsFolder(facts) || IsSpecial(facts))
+    {
+        return Fails(ERROR_ACCESS_DENIED);
+    }
+    if (!S_ISREG(facts.stx_mode))
+    {
+        return Outcome::Done;
+    }
+    if (!DeclareSharing(m_file.Get(), m_access, m_shareMode, Empties() ? FILE_WRITE_DATA : 0))
+    {
+        return Outcome::Failed;
+    }
+    // Whoever deletes the file declares that, too. Only from here on one would be seen.
+    struct statx named;
+    const bool gone = ReadFacts(m_file.Get(), facts) && facts.stx_nlink == 0 &&
+                      (!ReadFacts(m_name.Native(), named) || named.stx_ino != facts.stx_ino);
+    return gone ? Outcome::Again : Outcome::Done;
 }
 
 bool Opening::Empty() noexcept
@@ -267,13 +293,14 @@ Opening::Outcome Opening::OpenFolder() noexcept
         return Fails(asFolder ? ERROR_FILE_EXISTS : ERROR_ACCESS_DENIED);
     }
     m_existed = true;
-    const int way = (m_access & readingRights) != 0 ? O_RDONLY : O_PATH;
-    m_file = Descriptor(open(m_name.Native(), way | O_DIRECTORY | O_CLOEXEC));
+    const bool plain = (m_access & (readingRights | writingRights | DELETE)) != 0;
+    m_file = Descriptor(open(m_name.Native(), (plain ? O_RDONLY : O_PATH) | O_DIRECTORY | O_CLOEXEC));
     if (!m_file)
     {
         m_name.Fails(FileOperation::Open);
+        return Outcome::Failed;
     }
-    return m_file ? Outcome::Done : Outcome::Failed;
+    return DeclareSharing(m_file.Get(), m_access, m_shareMode) ? Outcome::Done : Outcome::Failed;
 }
 
 HANDLE Opening::GiveHandle() noexcept

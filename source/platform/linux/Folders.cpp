@@ -2,6 +2,7 @@
 #include "platform/linux/ErrnoTable.h"
 #include "platform/linux/FileAttributes.h"
 #include "platform/linux/FileName.h"
+#include "platform/linux/FileSharing.h"
 
 #include <cerrno>
 
@@ -47,10 +48,22 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept
     {
         return FALSE;
     }
-    if (ReadFacts(folder.Native(), facts) && IsFolder(facts) &&
-        (ReadAttributes(folder.Native(), facts) & FILE_ATTRIBUTE_READONLY) != 0)
+    if (!ReadNameFacts(folder, facts))
+    {
+        return folder.Fails(FileOperation::RemoveFolder);
+    }
+    if (!IsFolder(facts))
+    {
+        return Fail(ERROR_DIRECTORY);
+    }
+    if ((ReadAttributes(folder.Native(), facts) & FILE_ATTRIBUTE_READONLY) != 0)
     {
         return Fail(ERROR_ACCESS_DENIED);
+    }
+    Descriptor guard;
+    if (!GuardDeletion(folder.Native(), guard))
+    {
+        return FALSE;
     }
     return rmdir(folder.Native()) == 0 ? TRUE : folder.Fails(FileOperation::RemoveFolder);
 }
@@ -70,6 +83,11 @@ BOOL DeleteFileW(LPCWSTR name) noexcept
     if (IsReadOnly(facts) || IsFolder(facts))
     {
         return Fail(ERROR_ACCESS_DENIED);
+    }
+    Descriptor guard;
+    if (S_ISREG(facts.stx_mode) && !GuardDeletion(file.Native(), guard))
+    {
+        return FALSE;
     }
     return unlink(file.Native()) == 0 ? TRUE : file.Fails(FileOperation::Delete);
 }

@@ -9,6 +9,10 @@
 // FILE_ATTRIBUTE_READONLY of a file is the lack of any right to write in its mode; root is refused,
 // too. FILE_ATTRIBUTE_ARCHIVE is set unless it was taken away. What a mode can't hold is kept in the
 // extended attribute "user.quoll.attributes".
+//
+// Share modes hold among the processes that use this layer, and end with the process that asked for
+// them, however it ends. Other programs know nothing of them: they read, write, rename and delete as
+// the host lets them. A program that has locked the whole file by fcntl counts as one that shares nothing.
 #pragma once
 
 #include "handles.h"
