@@ -144,7 +144,7 @@ TEST_F(FileSharingContract, HoldsBetweenProcessesUntilTheHolderIsKilled)
 {
     const std::string path = (directory.Path() / "file").string();
     {
-        ChildProcess reader("FileHolder", {path, std::to_string(GENERIC_READ)});
+        ChildProcess reader("FileHolder", {path, std::to_string(DWORD{GENERIC_READ})});
         ASSERT_TRUE(reader.WaitForOutput("holding")) << reader.Output();
         EXPECT_EQ(Try(name, GENERIC_WRITE, all), DWORD{ERROR_SHARING_VIOLATION});
         EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), DWORD{ERROR_SUCCESS});
@@ -152,7 +152,7 @@ TEST_F(FileSharingContract, HoldsBetweenProcessesUntilTheHolderIsKilled)
         reader.Kill();
         EXPECT_EQ(Try(name, GENERIC_WRITE, 0), DWORD{ERROR_SUCCESS});
     }
-    ChildProcess writer("FileHolder", {path, std::to_string(GENERIC_WRITE)});
+    ChildProcess writer("FileHolder", {path, std::to_string(DWORD{GENERIC_WRITE})});
     ASSERT_TRUE(writer.WaitForOutput("holding")) << writer.Output();
     EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), DWORD{ERROR_SUCCESS});
@@ -196,7 +196,7 @@ TEST_F(FileSharingContract, ThoseWhoShareNeverHinderEachOther)
 {
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
-    for (const DWORD access : {GENERIC_READ, GENERIC_WRITE, FILE_APPEND_DATA, DELETE})
+    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, DWORD{FILE_APPEND_DATA}, DWORD{DELETE}})
     {
         threads.emplace_back([&, access] {
             for (int i = 0; i < 300; ++i)
