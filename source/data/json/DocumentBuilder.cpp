@@ -1,9 +1,7 @@
 #include "data/json/DocumentBuilder.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <limits>
 #include <stdexcept>
 
 namespace Quoll::Json

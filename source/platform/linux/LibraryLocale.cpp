@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
+#include <system_error>
 
 #include <iconv.h>
 #include <langinfo.h>
@@ -21,6 +23,22 @@ struct Undecodable
 {
 };
 
+// Whether a call failed for want of something that may be there the next time, so that nothing is
+// known of the locale.
+bool IsShortage(int error) noexcept
+{
+    return error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
+void ThrowAtShortage()
+{
+    const int error = errno;
+    if (IsShortage(error))
+    {
+        throw std::system_error(error, std::generic_category());
+    }
+}
+
 class Decoder
 {
 public:
@@ -31,6 +49,7 @@ public:
         {
             m_conversion = iconv_open(little ? "UTF-16LE" : "UTF-16BE", std::string(codeset).c_str());
             m_open = m_conversion != Closed();
+            m_open ? void() : ThrowAtShortage();
             m_open ? void() : throw Undecodable{};
         }
     }
@@ -144,9 +163,11 @@ private:
 
 std::shared_ptr<const LocaleData> ReadLibraryLocale(const std::string& name)
 {
+    errno = 0; // which a locale that is known to be missing leaves alone
     const locale_t locale = newlocale(LC_CTYPE_MASK | LC_TIME_MASK, name.c_str(), locale_t{});
     if (locale == locale_t{})
     {
+        ThrowAtShortage();
         return nullptr;
     }
     const std::unique_ptr<std::remove_pointer_t<locale_t>, decltype(&freelocale)> owner(locale, &freelocale);

@@ -5,6 +5,7 @@
 #include "LibraryLocale.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <mutex>
 #include <vector>
@@ -128,7 +129,11 @@ std::string ReadSettings(const char* file)
 {
     std::string text(LongestSettings, '\0');
     const int descriptor = open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    const ssize_t length = descriptor < 0 ? 0 : read(descriptor, text.data(), text.size());
+    ssize_t length = 0;
+    do
+    {
+        length = descriptor < 0 ? 0 : read(descriptor, text.data(), text.size());
+    } while (length < 0 && errno == EINTR);
     if (descriptor >= 0)
     {
         close(descriptor);

@@ -28,7 +28,8 @@ struct LocaleData
 
 const LocaleData& InvariantLocale();
 
-/// The locale of a number, as the environment and the system's files are now; null for one that isn't known.
+/// The locale of a number, as the environment and the system's files are now; null for one that isn't known. Throws
+/// std::system_error for want of memory or descriptors.
 std::shared_ptr<const LocaleData> FindLocale(LCID locale);
 
 /// The name of the locale for times in the text of /etc/locale.conf; empty if it has none.

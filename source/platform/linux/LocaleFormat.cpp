@@ -3,11 +3,13 @@
 // Checked in this order: the buffer, the locale, the flags, the moment. A date's time and a time's date aren't
 // looked at.
 #include "Calendar.h"
+#include "ErrnoTable.h"
 #include "PictureFormatter.h"
 
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <system_error>
 
 using namespace Quoll;
 using Platform::LocaleData;
@@ -116,6 +118,10 @@ int ResultOf(Action action) noexcept
     catch (const Failure& failure)
     {
         SetLastError(failure.code);
+    }
+    catch (const std::system_error& error)
+    {
+        SetLastError(Platform::FromErrno(error.code().value()));
     }
     catch (const std::exception&) // no memory, or a text longer than a string can be
     {

@@ -1,6 +1,6 @@
 #include "platform/linux/ZoneSource.h"
 
-#include <array>
+#include <cerrno>
 #include <cstdlib>
 
 #include <fcntl.h>
@@ -108,7 +108,7 @@ public:
         std::string bytes(static_cast<std::size_t>(size) + 1, '\0');
         std::size_t have = 0;
         ssize_t count = 1;
-        while (count > 0 && have < bytes.size())
+        while (have < bytes.size() && (count > 0 || (count < 0 && errno == EINTR)))
         {
             count = read(m_descriptor, bytes.data() + have, bytes.size() - have);
             have += count > 0 ? static_cast<std::size_t>(count) : 0;

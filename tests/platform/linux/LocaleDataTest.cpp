@@ -9,6 +9,7 @@
 #include <thread>
 
 #include <locale.h>
+#include <sys/resource.h>
 
 namespace
 {
@@ -102,6 +103,24 @@ TEST(LocaleData, FollowsTheEnvironment)
         EXPECT_EQ(Platform::FindLocale(LOCALE_INVARIANT)->months[2], "March"_w);
     }
     EXPECT_EQ(Platform::FindLocale(LOCALE_NEUTRAL)->months[2], "March"_w);
+}
+
+TEST(LocaleData, AWantOfDescriptorsIsNoMissingLocale)
+{
+    const Variable all("LC_ALL", "qq_QQ.UTF-8");
+    const auto measure = [] {
+        return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_LONGDATE, nullptr, nullptr, nullptr, 0);
+    };
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none{0, limit.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const int without = measure();
+    const DWORD code = GetLastError();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(without, 0);
+    EXPECT_EQ(code, ERROR_TOO_MANY_OPEN_FILES);
+    EXPECT_GT(measure(), 10);
 }
 
 TEST(LocaleData, ThreadsShareWhatWasRead)
