@@ -2,7 +2,7 @@
 // scan for hexadecimal numbers. Bytes are units, but two stand for the line ends beyond them.
 #include "Quoll/Errors.h"
 #include "Quoll/UtcTime.h"
-#include "core/regex/Matcher.h"
+#include "support/IsoExpressions.h"
 
 #include <cctype>
 #include <cstdint>
@@ -20,7 +20,7 @@ using namespace Quoll;
 using namespace Quoll::Literals;
 using Utilities::UtcTime;
 using Form = UtcTime::StringValue;
-namespace Regex = Utilities::Regex;
+using Tests::MatchesIsoExpression;
 
 void Check(bool holds)
 {
@@ -63,16 +63,6 @@ Outcome Try(const Action& action)
     }
 }
 
-bool MatchesExpression(WStringView text)
-{
-    static const Regex::Program dateTime =
-        Regex::Compile("(?:(\\d{4})-{0,1}(\\d{2})-{0,1}(\\d{2})(?:[ ,T]{1}(\\d{2}):(\\d{2}):(\\d{2})(?:.\\d{3})*)*"
-                       "(?:(?:[+-]{1}\\d{2}.\\d{2})|(?:Z))*)(?![\\s\\S])"_w);
-    static const Regex::Program time =
-        Regex::Compile("(?:(\\d{2}):(\\d{2}):(\\d{2})(?:.\\d{3})*(?:(?:[+-]{1}\\d{2}.\\d{2})|(?:Z))*)(?![\\s\\S])"_w);
-    return text.size() >= 4 && Regex::Matcher(text[2] == ':' ? time : dateTime, text).MatchNonEmptyAt(0);
-}
-
 std::uint16_t ReadField(const std::string& bytes, std::size_t first, std::size_t size)
 {
     if (bytes.size() < first)
@@ -84,7 +74,7 @@ std::uint16_t ReadField(const std::string& bytes, std::size_t first, std::size_t
 
 UtcTime ReadIso8601(const std::string& bytes, const WString& text)
 {
-    if (!MatchesExpression(text))
+    if (!MatchesIsoExpression(text))
     {
         throw std::invalid_argument("Is not a valid ISO8601 string");
     }
@@ -100,7 +90,7 @@ void CheckIso8601(const std::string& bytes, const WString& text)
 {
     const Outcome read = Try([&] { return UtcTime(text, Form::Iso8601T, false); });
     Check(read == Try([&] { return ReadIso8601(bytes, text); }));
-    Check(UtcTime::IsISO8601DateTime(text) == MatchesExpression(text));
+    Check(UtcTime::IsISO8601DateTime(text) == MatchesIsoExpression(text));
     if (read.moment && read.moment->GetYear(false) < 10000)
     {
         const WString printed = read.moment->ToString(Form::Iso8601Blank, false);

@@ -1,6 +1,6 @@
 #include "time/Iso8601.h"
 
-#include "core/regex/Matcher.h"
+#include "support/IsoExpressions.h"
 
 #include <gtest/gtest.h>
 
@@ -13,21 +13,11 @@ namespace
 using namespace Quoll;
 using namespace Quoll::Literals;
 using namespace Quoll::Utilities;
-
-// The forms as expressions, which are to match up to the text's end.
-bool MatchesExpression(WStringView text)
-{
-    static const Regex::Program dateTime =
-        Regex::Compile("(?:(\\d{4})-{0,1}(\\d{2})-{0,1}(\\d{2})(?:[ ,T]{1}(\\d{2}):(\\d{2}):(\\d{2})(?:.\\d{3})*)*"
-                       "(?:(?:[+-]{1}\\d{2}.\\d{2})|(?:Z))*)(?![\\s\\S])"_w);
-    static const Regex::Program time =
-        Regex::Compile("(?:(\\d{2}):(\\d{2}):(\\d{2})(?:.\\d{3})*(?:(?:[+-]{1}\\d{2}.\\d{2})|(?:Z))*)(?![\\s\\S])"_w);
-    return text.size() >= 4 && Regex::Matcher(text[2] == ':' ? time : dateTime, text).MatchNonEmptyAt(0);
-}
+using Tests::MatchesIsoExpression;
 
 void ExpectSame(const WString& text)
 {
-    ASSERT_EQ(IsIso8601Text(text), MatchesExpression(text)) << testing::PrintToString(text);
+    ASSERT_EQ(IsIso8601Text(text), MatchesIsoExpression(text)) << testing::PrintToString(text);
 }
 
 TEST(Iso8601, MatchesShortTailsAsTheExpressionsDo)
