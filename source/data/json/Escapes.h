@@ -1,7 +1,7 @@
 // The escapes of strings in JSON documents: a backslash and a letter, or `\u` and four digits.
 #pragma once
 
-#include "data/json/UnitBlock.h"
+#include "core/UnitBlock.h"
 
 #include <array>
 

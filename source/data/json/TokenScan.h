@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/CharacterClass.h"
-#include "data/json/UnitBlock.h"
+#include "core/UnitBlock.h"
 
 #include <algorithm>
 
