@@ -17,6 +17,7 @@ using DWORD = std::uint32_t;
 using LONG = std::int32_t;
 using ULONG = std::uint32_t;
 using UINT = std::uint32_t;
+using PUINT = UINT*;
 using LONGLONG = std::int64_t;
 using ULONGLONG = std::uint64_t;
 
