@@ -100,7 +100,7 @@ private:
         }
         --m_segments;
         m_text.resize(m_segments > 0 ? m_text.rfind('\\') : m_rootLength);
-        if (m_text.empty())
+        if (m_segments == 0 && m_rootLength == 0)
         {
             m_text.push_back('\\'); // which stood behind the segment
             m_rootLength = 1;
