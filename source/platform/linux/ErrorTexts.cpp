@@ -47,6 +47,7 @@ constexpr ErrorText k_texts[] = {
     {87, u"A parameter is wrong.\r\n"},
     {109, u"The other end has closed the pipe.\r\n"},
     {110, u"The file can't be opened.\r\n"},
+    {111, u"The name is too long for the buffer.\r\n"},
     {112, u"The disk is full.\r\n"},
     {120, u"The call is not provided here.\r\n"},
     {121, u"The wait has timed out.\r\n"},

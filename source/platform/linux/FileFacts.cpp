@@ -38,6 +38,17 @@ bool IsSpecial(const struct statx& facts) noexcept
     return !S_ISREG(facts.stx_mode) && !S_ISDIR(facts.stx_mode) && !null;
 }
 
+bool IsSameFile(const struct statx& first, const struct statx& second) noexcept
+{
+    return first.stx_ino == second.stx_ino && first.stx_dev_major == second.stx_dev_major &&
+           first.stx_dev_minor == second.stx_dev_minor;
+}
+
+timespec ToHostTime(const statx_timestamp& time) noexcept
+{
+    return {time.tv_sec, time.tv_nsec};
+}
+
 FILETIME ToFileTime(const statx_timestamp& time) noexcept
 {
     const std::int64_t seconds = time.tv_sec + secondsFrom1601To1970;

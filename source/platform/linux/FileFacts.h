@@ -35,6 +35,10 @@ bool IsReadOnly(const struct statx& facts) noexcept;
 /// Neither a file nor a folder nor the null device: nothing that is opened by name.
 bool IsSpecial(const struct statx& facts) noexcept;
 
+/// Whether two names, or handles, lead to one file.
+bool IsSameFile(const struct statx& first, const struct statx& second) noexcept;
+
+timespec ToHostTime(const statx_timestamp& time) noexcept;
 FILETIME ToFileTime(const statx_timestamp& time) noexcept;
 FILETIME CreationTime(const struct statx& facts) noexcept;
 /// False for a moment that is no file time.

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <new>
-#include <string>
 
 #include <sys/stat.h>
 
@@ -128,14 +127,18 @@ bool FileName::NamesFolder() const noexcept
     return m_native.native().ends_with('/');
 }
 
-bool FileName::HasParent() const noexcept
-try
+std::string FileName::Folder() const
 {
     const std::string name = WithoutSeparators(m_native.native());
     const std::size_t last = name.rfind('/');
+    return last == std::string::npos ? "." : name.substr(0, last + 1);
+}
+
+bool FileName::HasParent() const noexcept
+try
+{
     struct stat facts{};
-    return stat(last == std::string::npos ? "." : name.substr(0, last + 1).c_str(), &facts) == 0 &&
-           S_ISDIR(facts.st_mode);
+    return stat(Folder().c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
 }
 catch (const std::bad_alloc&)
 {

@@ -6,6 +6,7 @@
 #include "Quoll/WideString.h"
 
 #include <filesystem>
+#include <string>
 
 #include <windows.h>
 
@@ -17,6 +18,9 @@ class FileName
 public:
     /// False with the last error set for text that names no file of the host.
     bool Parse(LPCWSTR name) noexcept;
+
+    /// The folder that holds the name, as far as the text tells.
+    std::string Folder() const;
 
     const char* Native() const noexcept
     {

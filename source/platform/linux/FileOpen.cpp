@@ -270,7 +270,7 @@ Opening::Outcome Opening::Accept() noexcept
     // Whoever deletes the file declares that, too. Only from here on one would be seen.
     struct statx named;
     const bool gone = ReadFacts(m_file.Get(), facts) && facts.stx_nlink == 0 &&
-                      (!ReadFacts(m_name.Native(), named) || named.stx_ino != facts.stx_ino);
+                      (!ReadFacts(m_name.Native(), named) || !IsSameFile(named, facts));
     return gone ? Outcome::Again : Outcome::Done;
 }
 

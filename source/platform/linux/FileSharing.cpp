@@ -29,6 +29,8 @@ constexpr off_t widthOfRegion = modeCount * widthOfMode;
 constexpr off_t pendingRegion = off_t{1} << 62;
 constexpr off_t heldRegion = pendingRegion + widthOfRegion;
 
+constexpr DWORD everything = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 constexpr int attempts = 200;
 constexpr long longestPause = 500'000; // nanoseconds
 
@@ -183,7 +185,6 @@ bool HasNoLocks(int error) noexcept
 
 bool DeclareSharing(int file, DWORD access, DWORD shareMode, DWORD once) noexcept
 {
-    constexpr DWORD everything = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const DWORD bits = AccessBits(access);
     const DWORD asked = bits | AccessBits(once);
     if (asked == 0)
@@ -217,7 +218,7 @@ bool DeclareSharing(int file, DWORD access, DWORD shareMode, DWORD once) noexcep
     return Fail(ERROR_SHARING_VIOLATION) != FALSE;
 }
 
-bool GuardDeletion(const char* path, Descriptor& guard) noexcept
+bool GuardDeletion(const char* path, Descriptor& guard, bool alone) noexcept
 {
     constexpr int flags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     guard = Descriptor(open(path, flags | O_RDONLY));
@@ -225,7 +226,7 @@ bool GuardDeletion(const char* path, Descriptor& guard) noexcept
     {
         guard = Descriptor(open(path, flags | O_WRONLY));
     }
-    return !guard || DeclareSharing(guard.Get(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    return !guard || DeclareSharing(guard.Get(), DELETE, alone ? 0 : everything);
 }
 
 } // namespace Quoll::Platform

@@ -20,9 +20,9 @@ namespace Quoll::Platform
 /// as well. Files whose host keeps no locks have no share modes.
 bool DeclareSharing(int file, DWORD access, DWORD shareMode, DWORD once = 0) noexcept;
 
-/// Asks those who have the file open whether it may be renamed or deleted. Until the guard is closed
-/// nobody opens it who doesn't share that. Nobody is asked about a link, or a file that the caller may neither
-/// read nor write; the guard is empty then.
-bool GuardDeletion(const char* path, Descriptor& guard) noexcept;
+/// Asks those who have the file open whether it may be renamed or deleted; with `alone` there may be nobody. Until the
+/// guard is closed nobody opens it who doesn't share that. Nobody is asked about a link, or a file that the caller may
+/// neither read nor write; the guard is empty then.
+bool GuardDeletion(const char* path, Descriptor& guard, bool alone = false) noexcept;
 
 } // namespace Quoll::Platform

@@ -71,6 +71,15 @@ constexpr DWORD FILE_END = 2;
 constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
 constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFF;
 
+constexpr DWORD MOVEFILE_REPLACE_EXISTING = 0x1;
+constexpr DWORD MOVEFILE_COPY_ALLOWED = 0x2;
+constexpr DWORD MOVEFILE_DELAY_UNTIL_REBOOT = 0x4;
+constexpr DWORD MOVEFILE_WRITE_THROUGH = 0x8;
+constexpr DWORD MOVEFILE_CREATE_HARDLINK = 0x10;
+constexpr DWORD MOVEFILE_FAIL_IF_NOT_TRACKABLE = 0x20;
+
+constexpr int MAX_PATH = 260;
+
 constexpr DWORD FILE_TYPE_UNKNOWN = 0;
 constexpr DWORD FILE_TYPE_DISK = 1;
 constexpr DWORD FILE_TYPE_CHAR = 2;
@@ -134,4 +143,29 @@ extern "C"
     BOOL DeleteFileW(LPCWSTR name) noexcept;
     BOOL CreateDirectoryW(LPCWSTR name, LPSECURITY_ATTRIBUTES attributes) noexcept;
     BOOL RemoveDirectoryW(LPCWSTR name) noexcept;
+
+    /// The content, the attributes and the time of the last write. A new file may be read, written and run by no
+    /// more users than the source, nor than the process's mask leaves. After a failure there is no copy.
+    BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists) noexcept;
+
+    // A link is moved itself. Within a file system the name changes in one step. From one to another, which is
+    // all within the one drive, MoveFileW and MOVEFILE_COPY_ALLOWED copy a file with its owner (if the caller may
+    // give files away), rights, access list, extended attributes and times but that of its creation, and delete
+    // it then. What the target's file system can't hold is a failure, and after any failure the source is
+    // whole and the target what it was. Where the source can't be deleted any more, the call succeeds and leaves
+    // it, as documented; but rights that are lacking from the start are ERROR_ACCESS_DENIED. Folders don't go from one
+    // file system to another (ERROR_ACCESS_DENIED). A folder isn't moved into itself: ERROR_SHARING_VIOLATION.
+    BOOL MoveFileW(LPCWSTR source, LPCWSTR target) noexcept;
+    /// Without MOVEFILE_COPY_ALLOWED another file system is ERROR_NOT_SAME_DEVICE. A target that is read-only or a
+    /// folder, or that anybody has open, isn't replaced: ERROR_ACCESS_DENIED. MOVEFILE_DELAY_UNTIL_REBOOT and
+    /// MOVEFILE_CREATE_HARDLINK are ERROR_NOT_SUPPORTED. No links are tracked, so MOVEFILE_FAIL_IF_NOT_TRACKABLE is
+    /// always met.
+    BOOL MoveFileExW(LPCWSTR source, LPCWSTR target, DWORD flags) noexcept;
+
+    /// The folder that TMPDIR names, if its name is absolute and the process isn't privileged, or else "C:\tmp\".
+    /// The length without the NUL, or the capacity needed.
+    DWORD GetTempPathW(DWORD capacity, LPWSTR buffer) noexcept;
+    /// Makes an empty file that only its owner may read, unless a number is given. `name` has room for MAX_PATH
+    /// units.
+    UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR name) noexcept;
 }
