@@ -18,7 +18,8 @@ std::size_t g_allocations = 0;
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Out of line, or the compiler takes the two for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     ++g_allocations;
     if (void* const memory = std::malloc(size))
@@ -28,12 +29,12 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
@@ -101,7 +102,8 @@ void CompareJoins()
         "insert-number", 1, [] { return Path::InsertBeforeExtension(Ours, '_', 31); },
         [] {
             HostPath path = Theirs.parent_path() / Theirs.stem();
-            path += "_" + std::to_string(31);
+            path += "_";
+            path += std::to_string(31);
             path += Theirs.extension();
             return path;
         });
