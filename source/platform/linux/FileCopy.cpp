@@ -174,7 +174,7 @@ bool Copying::OpenTarget() noexcept
         return Fail(ERROR_SHARING_VIOLATION) != FALSE; // the file itself
     }
     m_to = OpenFileByName(m_target, GENERIC_WRITE, FILE_SHARE_READ, nullptr, m_keepsTarget ? CREATE_NEW : CREATE_ALWAYS,
-                          m_attributes & ~FILE_ATTRIBUTE_READONLY);
+                          m_attributes & ~FILE_ATTRIBUTE_READONLY, (m_facts.stx_mode & forEverybody) | S_IWUSR);
     m_replaced = GetLastError() == ERROR_ALREADY_EXISTS;
     return m_to != INVALID_HANDLE_VALUE;
 }

@@ -32,8 +32,6 @@ constexpr DWORD knownFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_S
                              FILE_FLAG_OVERLAPPED | FILE_FLAG_WRITE_THROUGH;
 constexpr DWORD knownAttributes = settableAttributes | FILE_ATTRIBUTE_NORMAL | FILE_ATTRIBUTE_DIRECTORY;
 
-constexpr mode_t forEverybody = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
-
 DWORD SingleRights(DWORD access) noexcept
 {
     constexpr struct
@@ -54,6 +52,11 @@ DWORD SingleRights(DWORD access) noexcept
 class Opening
 {
 public:
+    explicit Opening(mode_t most) noexcept
+        : m_most(most)
+    {
+    }
+
     bool Prepare(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                  DWORD flags) noexcept;
     bool Run() noexcept;
@@ -91,6 +94,7 @@ private:
     bool FurnishNew() noexcept;
     Outcome Fails(DWORD code) noexcept;
 
+    const mode_t m_most;
     FileName m_name;
     DWORD m_access = 0;
     DWORD m_shareMode = 0;
@@ -175,7 +179,7 @@ int Opening::HostFlags(bool existing) const noexcept
 Opening::Outcome Opening::Create() noexcept
 {
     const int flags = HostFlags(false) | O_CREAT;
-    m_file = Descriptor(open(m_name.Native(), flags | O_EXCL, forEverybody));
+    m_file = Descriptor(open(m_name.Native(), flags | O_EXCL, m_most));
     struct stat link{};
     if (!m_file && errno == EEXIST && m_disposition != CREATE_NEW)
     {
@@ -183,7 +187,7 @@ Opening::Outcome Opening::Create() noexcept
         {
             return Outcome::Again;
         }
-        m_file = Descriptor(open(m_name.Native(), flags, forEverybody)); // where a link leads
+        m_file = Descriptor(open(m_name.Native(), flags, m_most)); // where a link leads
     }
     if (!m_file)
     {
@@ -333,9 +337,9 @@ HANDLE Opening::GiveHandle() noexcept
 } // namespace
 
 HANDLE OpenFileByName(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
-                      DWORD flags) noexcept
+                      DWORD flags, mode_t most) noexcept
 {
-    Opening opening;
+    Opening opening(most);
     const bool done = opening.Prepare(name, access, shareMode, attributes, disposition, flags) && opening.Run();
     return done ? opening.GiveHandle() : INVALID_HANDLE_VALUE;
 }
