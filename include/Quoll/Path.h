@@ -114,13 +114,13 @@ public:
     /// @name Whole paths
     /// @{
 
-    /// The path without its `.` and `..` segments, up to its first NUL; empty if that has 260 units or more.
+    /// The path without its "." and ".." segments, up to its first NUL; empty if that has 260 units or more.
     ///
-    /// Nothing is looked up. Each `.` goes with the backslash behind it, and each `..` takes the segment before it
-    /// along, but nothing of the root: `\`, `C:\`, `\\server`, or what stands for a drive or a server behind `\\?\` and
-    /// `\\?\UNC\`. Then dots at the end of the path go, but one behind a `*`; a drive alone, `C:` or `\\?\C:`, gets its
-    /// backslash; and of nothing a backslash is left. A forward slash is a unit like any other. A relative path may
-    /// come out with a backslash at its beginning: `a\..\b` gives `\b`.
+    /// Nothing is looked up. Each "." goes with the backslash behind it, and each ".." takes the segment before it
+    /// along, but nothing of the root: a backslash at the beginning, `C:\`, `\\server`, or what stands for a drive or a
+    /// server behind `\\?\` and `\\?\UNC\`. Then dots at the end of the path go, but one behind a "*"; a drive alone,
+    /// `C:` or `\\?\C:`, gets its backslash; and of nothing a backslash is left. A forward slash is a unit like any
+    /// other. A relative path may come out with a backslash at its beginning: `a\..\b` gives `\b`.
     static WString MakeCanonical(const WString& path);
 
     /// The path if it IsAbsolutePath, else the path Combined with GetModuleDirectory: the current directory never
