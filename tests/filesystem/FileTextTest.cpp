@@ -2,7 +2,7 @@
 #include "Quoll/File.h"
 #include "filesystem/FileSupport.h"
 #include "support/ForcedFailure.h"
-#include "support/MessageOf.h"
+#include "support/ReferenceText.h"
 
 #include <gtest/gtest.h>
 
@@ -23,85 +23,6 @@ constexpr FileEncoding Encodings[] = {FileEncoding::Utf8NoBom, FileEncoding::Utf
                                       FileEncoding::Utf16Be};
 constexpr auto Unlisted = static_cast<FileEncoding>(4);
 
-// Slow oracles of one sequence: its length, and the character, or nothing if it is wrong.
-struct Sequence
-{
-    std::size_t length = 0;
-    char32_t character = 0;
-};
-
-Sequence FirstOfUtf8(std::string_view bytes)
-{
-    const auto byte = [&](std::size_t i) {
-        return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;
-    };
-    const unsigned lead = byte(0);
-    const std::size_t length = lead < 0x80 ? 1 : lead >> 5 == 6 ? 2 : lead >> 4 == 14 ? 3 : lead >> 3 == 30 ? 4 : 0;
-    char32_t character = length == 1 ? lead : lead & (0x7Fu >> length);
-    for (std::size_t i = 1; i < length; ++i)
-    {
-        if (byte(i) >> 6 != 2)
-        {
-            return {};
-        }
-        character = character << 6 | (byte(i) & 63);
-    }
-    constexpr char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool isRight = character >= least[length] && character <= 0x10FFFF && character >> 11 != 27;
-    return isRight && length != 0 && length <= bytes.size() ? Sequence{length, character} : Sequence{};
-}
-
-Sequence FirstOfUtf16(std::string_view bytes, bool isBig)
-{
-    const auto unit = [&](std::size_t i) -> char32_t {
-        return i + 2 > bytes.size() ? 0u
-                                    : static_cast<unsigned char>(bytes[i + isBig]) |
-                                          static_cast<char32_t>(static_cast<unsigned char>(bytes[i + !isBig])) << 8;
-    };
-    if (bytes.size() < 2 || unit(0) >> 10 == 55)
-    {
-        return {};
-    }
-    if (unit(0) >> 10 != 54)
-    {
-        return {2, unit(0)};
-    }
-    return unit(2) >> 10 == 55 ? Sequence{4, 0x10000 + ((unit(0) & 0x3FF) << 10) + (unit(2) & 0x3FF)} : Sequence{};
-}
-
-void Append(WString& text, char32_t character)
-{
-    if (character >= 0x10000)
-    {
-        text += static_cast<WChar>(0xD7C0 + (character >> 10));
-        character = 0xDC00 + (character & 0x3FF);
-    }
-    text += static_cast<WChar>(character);
-}
-
-WString Expected(std::string_view bytes, FileEncoding encoding)
-{
-    WString text;
-    while (true)
-    {
-        const Sequence next = encoding <= FileEncoding::Utf8Bom
-                                  ? FirstOfUtf8(bytes)
-                                  : FirstOfUtf16(bytes, encoding == FileEncoding::Utf16Be);
-        if (next.length == 0)
-        {
-            return text;
-        }
-        Append(text, next.character);
-        bytes.remove_prefix(next.length);
-    }
-}
-
-std::string Mark(FileEncoding encoding)
-{
-    const std::string marks[] = {"", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF", ""};
-    return marks[static_cast<std::size_t>(encoding)];
-}
-
 class FileText : public testing::Test
 {
 protected:
@@ -111,8 +32,8 @@ protected:
     }
     void ExpectRead(std::string_view bytes, FileEncoding encoding)
     {
-        PutBytes(m_path, Mark(encoding).append(bytes));
-        ASSERT_TRUE(Read() == Expected(bytes, encoding));
+        PutBytes(m_path, ReferenceMark(encoding).append(bytes));
+        ASSERT_TRUE(Read() == ReferenceText(bytes, encoding));
         ASSERT_EQ(m_encoding, encoding);
     }
     std::string Written(const WString& text, FileEncoding encoding)
@@ -170,8 +91,8 @@ TEST_F(FileText, AllCodePointsComeBack)
     for (const FileEncoding encoding : Encodings)
     {
         const std::string bytes = Written(text, encoding);
-        ASSERT_TRUE(bytes.starts_with(Mark(encoding)));
-        EXPECT_TRUE(Expected(std::string_view(bytes).substr(Mark(encoding).size()), encoding) == text);
+        ASSERT_TRUE(bytes.starts_with(ReferenceMark(encoding)));
+        EXPECT_TRUE(ReferenceText(std::string_view(bytes).substr(ReferenceMark(encoding).size()), encoding) == text);
         EXPECT_TRUE(Read() == text);
         EXPECT_EQ(m_encoding, encoding);
     }
