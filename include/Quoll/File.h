@@ -123,7 +123,7 @@ public:
     ///
     /// Without flags a file goes to another file system as well; with some of them it needs 2 (copying allowed) for
     /// that, or it fails with code 17. An empty target stands for none, which together with 4 means deletion.
-    /// On Linux 4 fails with code 50.
+    /// On Linux 4 and 16 (a hard link) fail with code 50.
     /// @throws std::runtime_error  "Delay until reboot can't be used in combination with copy allowed.": 2 and 4
     ///                             together; nothing has happened
     /// @throws FileSystemException  "MoveFile failed." without flags, "MoveFileEx failed." with some; with both paths

@@ -6,6 +6,7 @@
 #include "Quoll/DataPagination.h"
 #include "Quoll/DataResourceItem.h"
 #include "Quoll/Errors.h"
+#include "Quoll/File.h"
 #include "Quoll/Guid.h"
 #include "Quoll/HandleDeleters.h"
 #include "Quoll/IPRules.h"

@@ -1,0 +1,171 @@
+#include "Quoll/Errors.h"
+#include "Quoll/File.h"
+#include "Quoll/Path.h"
+#include "filesystem/FileSupport.h"
+#include "support/ForcedFailure.h"
+#include "support/LogCapture.h"
+#include "support/MessageOf.h"
+#include "support/VersionedImage.h"
+#include "support/WrappedCall.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace Quoll::Literals;
+using namespace Quoll::Tests;
+using namespace Quoll::Utilities;
+using Quoll::WString;
+
+class FileMoves : public testing::Test
+{
+protected:
+    FileMoves()
+    {
+        PutBytes(m_source, "content");
+    }
+    void ExpectMoveFails(std::uint32_t flags, std::uint32_t code)
+    {
+        const std::string message = flags == 0 ? "MoveFile failed.: " : "MoveFileEx failed.: ";
+        EXPECT_EQ(FileCode(message, [&] { File::Move(m_source, m_target, flags); }), code) << flags;
+        EXPECT_EQ(TakeBytes(m_source), "content");
+    }
+
+    TestFolder m_folder;
+    WString m_source = m_folder / "source.txt";
+    WString m_target = m_folder / "target.txt";
+    WString m_missing = m_folder / "missing";
+};
+
+TEST_F(FileMoves, Copies)
+{
+    File::Copy(m_source, m_target, false);
+    EXPECT_EQ(TakeBytes(m_target), "content");
+    EXPECT_EQ(File::GetFileLastWriteTime(m_target), File::GetFileLastWriteTime(m_source));
+    PutBytes(m_source, "new");
+    EXPECT_EQ(FileCode("CopyFile failed.: ", [&] { File::Copy(m_source, m_target, false); }), 80u);
+    EXPECT_EQ(TakeBytes(m_target), "content");
+    File::Copy(m_source, m_target, true);
+    EXPECT_EQ(TakeBytes(m_target), "new");
+    try
+    {
+        File::Copy(m_missing, m_target, true);
+        ADD_FAILURE();
+    }
+    catch (const FileSystemException& exception)
+    {
+        EXPECT_EQ(exception.code().value(), 2);
+        EXPECT_EQ(exception.path1(), NativePath::ToNative(m_missing));
+        EXPECT_EQ(exception.path2(), NativePath::ToNative(m_target));
+    }
+}
+
+TEST_F(FileMoves, Moves)
+{
+    PutBytes(m_target, "old");
+    ExpectMoveFails(0, ERROR_ALREADY_EXISTS);
+    ExpectMoveFails(MOVEFILE_WRITE_THROUGH, ERROR_ALREADY_EXISTS);
+    ExpectMoveFails(0x40, ERROR_ALREADY_EXISTS); // no known flag, and yet the call with flags
+    File::Move(m_source, m_target, MOVEFILE_REPLACE_EXISTING | 0x40);
+    EXPECT_FALSE(File::Exists(m_source));
+    File::Move(m_target, m_source, 0);
+    EXPECT_EQ(TakeBytes(m_source), "content");
+    EXPECT_EQ(FileCode("MoveFile failed.: ", [&] { File::Move(m_missing, m_target, 0); }), 2u);
+    EXPECT_EQ(FileCode("MoveFileEx failed.: ", [&] { File::Move(m_missing, m_target, 1); }), 2u);
+}
+
+TEST_F(FileMoves, CopyingAtTheNextStartIsRefused)
+{
+    for (const std::uint32_t flags : {6u, 15u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(MessageOf<std::runtime_error>([&] { File::Move(m_source, m_target, flags); }),
+                  "Delay until reboot can't be used in combination with copy allowed.");
+        EXPECT_EQ(TakeBytes(m_source), "content");
+    }
+}
+
+// What would reach the platform, while somebody looks.
+struct PassedMove
+{
+    DWORD flags;
+    bool hasTarget;
+
+    bool operator==(const PassedMove&) const = default;
+};
+std::vector<PassedMove>* passedMoves = nullptr;
+
+} // namespace
+
+WRAPPED_CALL(BOOL, MoveFileExW, (LPCWSTR source, LPCWSTR target, DWORD flags))
+{
+    if (passedMoves == nullptr)
+    {
+        return REAL_CALL(MoveFileExW)(source, target, flags);
+    }
+    passedMoves->push_back({flags, target != nullptr});
+    return TRUE;
+}
+
+namespace
+{
+
+TEST_F(FileMoves, OnlyKnownFlagsReachThePlatform)
+{
+    std::vector<PassedMove> passed;
+    passedMoves = &passed;
+    DebugOutputCapture trace;
+    File::Move(m_source, m_target, 4);
+    EXPECT_TRUE(trace.Lines().empty());
+    File::Move(m_source, m_target, 12);
+    EXPECT_EQ(trace.Lines().size(), 1u);
+    File::Move(m_source, {}, 4);
+    File::Move(m_source, m_target, 0xFFFFFFFB);
+    passedMoves = nullptr;
+    EXPECT_EQ(passed, (std::vector<PassedMove>{{4, true}, {4, true}, {4, false}, {0x3B, true}}));
+}
+
+TEST_F(FileMoves, TemporaryFiles)
+{
+    const WString first = File::GetTempFileNameW();
+    const WString second = File::GetTempFileNameW();
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(File::Exists(first));
+    EXPECT_EQ(File::GetSize(first), 0u);
+    EXPECT_EQ(Path::GetExtension(first), ".tmp"_w);
+    File::Delete(first);
+    File::Delete(second);
+    const ForcedFailure pathFailure(ForcedCall::GetTempPathW, ERROR_ACCESS_DENIED); // once
+    EXPECT_EQ(PlatformCode("GetTempPath failed.: ", [] { File::GetTempFileNameW(); }), 5u);
+    const ForcedFailure nameFailure(ForcedCall::GetTempFileNameW, ERROR_FILE_EXISTS);
+    EXPECT_EQ(PlatformCode("GetTempFileName failed.: ", [] { File::GetTempFileNameW(); }), 80u);
+}
+
+TEST_F(FileMoves, Versions)
+{
+    PutBytes(m_target, MakeImage(MakeVersionTree()));
+    EXPECT_EQ(File::GetVersionString(m_target), "1.2.3.4"_w);
+    EXPECT_EQ(File::GetVersion(m_target), Version(1, 2, 3, 4));
+    std::uint32_t parts[4] = {};
+    File::GetVersion(m_target, parts[0], parts[1], parts[2], parts[3]);
+    EXPECT_EQ(parts[0] * 1000 + parts[1] * 100 + parts[2] * 10 + parts[3], 1234u);
+    const auto fail = [](const WString& path) {
+        return PlatformCode("GetFileVersionInfo failed: ", [&] { File::GetVersionString(path); });
+    };
+    EXPECT_EQ(fail(m_source), DWORD{ERROR_RESOURCE_DATA_NOT_FOUND});
+    EXPECT_EQ(fail(m_missing), 2u);
+    const ForcedFailure failure(ForcedCall::VerQueryValueW, ERROR_RESOURCE_TYPE_NOT_FOUND);
+    EXPECT_EQ(PlatformCode("VerQueryValueW failed: ", [&] { File::GetVersion(m_target); }), 1813u);
+}
+
+TEST_F(FileMoves, Modules)
+{
+    const WString program = Path::GetModuleFullPath(false);
+    EXPECT_EQ(File::GetFileNameOfModule(), program);
+    static const int inside = 0;
+    EXPECT_EQ(File::GetFileNameOfModule(&inside), program);
+    const ForcedFailure failure(ForcedCall::VirtualQueryEx, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(PlatformCode("VirtualQueryEx failed!: ", [] { File::GetFileNameOfModule(&inside); }), 5u);
+}
+
+} // namespace
