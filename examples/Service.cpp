@@ -8,16 +8,19 @@
 #include "LineSender.h"
 
 #include <Quoll/Errors.h>
+#include <Quoll/File.h>
 #include <Quoll/NativePath.h>
+#include <Quoll/Path.h>
 #include <Quoll/PipeClient.h>
 #include <Quoll/PipePeer.h>
 
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <future>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 using namespace Quoll::Literals;
 using namespace Quoll::Utilities;
@@ -51,6 +54,23 @@ bool IsTray(const SharedHandle& pipe, const std::filesystem::path& trayProgram)
     return known;
 }
 
+// Nobody may change the file from now on until it is read.
+std::istringstream ReadInput(const WString& path)
+{
+    if (!File::Exists(path))
+    {
+        throw std::runtime_error("there is no file " + Demo::ToText(path));
+    }
+    const SharedHandle lock = File::Lock(path);
+    const UtcTime written = File::GetFileLastWriteTime(path);
+    Demo::Say(SERVICE, "will report on " + Demo::ToText(path));
+    const std::vector<std::uint8_t> bytes = File::ReadAllBytes(path);
+    Demo::Say(SERVICE, "has read " + Demo::ToText(Path::GetFileName(path)) + ": " + std::to_string(bytes.size()) +
+                           " bytes, written " + Demo::ToText(written.ToString(UtcTime::StringValue::Iso8601T, false)) +
+                           " UTC");
+    return std::istringstream(std::string(bytes.begin(), bytes.end()));
+}
+
 void SendReports(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istream& file, const WString& path)
 {
     std::string line;
@@ -67,10 +87,6 @@ void SendReports(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istr
         }
         sender.Ask(endpoint, report);
     }
-    if (file.bad())
-    {
-        throw std::runtime_error("the file can't be read");
-    }
     Demo::Say(SERVICE, "every report came back right");
     const std::string longLine(std::size_t{1024} * 1024 / sizeof(Quoll::WChar), 'm');
     sender.Ask(endpoint, Demo::MakeReport(path, 0, longLine));
@@ -79,13 +95,8 @@ void SendReports(Demo::LineSender& sender, IMultiClientPipe& endpoint, std::istr
 
 void Serve(const WString& pipeName, const std::filesystem::path& trayProgram, const std::filesystem::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file || std::filesystem::is_directory(path))
-    {
-        throw std::runtime_error("can't open " + path.string());
-    }
     const WString libraryPath = NativePath::FromNative(std::filesystem::absolute(path));
-    Demo::Say(SERVICE, "will report on " + Demo::ToText(libraryPath));
+    std::istringstream file = ReadInput(libraryPath);
 
     Demo::LineSender sender;
     std::promise<WString> hello;
