@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <system_error>
 
 #include <iconv.h>
 #include <langinfo.h>
@@ -35,7 +34,7 @@ void ThrowAtShortage()
     const int error = errno;
     if (IsShortage(error))
     {
-        throw std::system_error(error, std::generic_category());
+        throw LocaleShortage{error};
     }
 }
 

@@ -7,7 +7,7 @@ namespace Quoll::Platform
 {
 
 /// The data of an installed locale; null if there is none of that name, or its text can't be decoded. It changes no
-/// thread's locale. Throws std::system_error for want of memory or descriptors.
+/// thread's locale. Throws LocaleShortage.
 std::shared_ptr<const LocaleData> ReadLibraryLocale(const std::string& name);
 
 } // namespace Quoll::Platform

@@ -26,10 +26,17 @@ struct LocaleData
     WString era;
 };
 
+/// Thrown for want of memory or descriptors, which says nothing of the locale; with the errno. It is no class of
+/// exceptions: sanitizers can't look at one while there are no descriptors.
+struct LocaleShortage
+{
+    int error;
+};
+
 const LocaleData& InvariantLocale();
 
 /// The locale of a number, as the environment and the system's files are now; null for one that isn't known. Throws
-/// std::system_error for want of memory or descriptors.
+/// LocaleShortage.
 std::shared_ptr<const LocaleData> FindLocale(LCID locale);
 
 /// The name of the locale for times in the text of /etc/locale.conf; empty if it has none.

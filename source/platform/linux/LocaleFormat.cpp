@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <limits>
 #include <new>
-#include <system_error>
 
 using namespace Quoll;
 using Platform::LocaleData;
@@ -119,9 +118,9 @@ int ResultOf(Action action) noexcept
     {
         SetLastError(failure.code);
     }
-    catch (const std::system_error& error)
+    catch (const Platform::LocaleShortage& shortage)
     {
-        SetLastError(Platform::FromErrno(error.code().value()));
+        SetLastError(Platform::FromErrno(shortage.error));
     }
     catch (const std::exception&) // no memory, or a text longer than a string can be
     {
