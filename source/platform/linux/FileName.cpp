@@ -5,7 +5,9 @@
 #include <platform/native_path.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <new>
+#include <utility>
 
 #include <sys/stat.h>
 
@@ -69,6 +71,33 @@ void AppendPart(WString& clean, std::size_t start, bool rooted, WStringView part
     clean.append(part);
 }
 
+/// Most names need no more than this: ASCII, no dots to take out, nothing in front but the drive, and
+/// none of what stands at another place. False for all others, whatever is written then.
+bool ParsePlain(WStringView name, std::string& native)
+{
+    const bool hasDrive = name.size() > 2 && name[1] == ':' && (name[0] == 'C' || name[0] == 'c');
+    name.remove_prefix(hasDrive ? 2 : 0);
+    const bool rooted = IsSeparator(name[0]);
+    const WChar second = name.size() > 1 ? name[1] : WChar{};
+    if ((hasDrive && !rooted) || second == ':' || (rooted && (IsSeparator(second) || second == 'W' || second == 'w')))
+    {
+        return false;
+    }
+    native.resize(name.size());
+    WChar last = '\\';
+    for (std::size_t i = 0; i < name.size(); ++i)
+    {
+        const WChar unit = name[i];
+        if (unit == 0 || unit > 0x7F || (unit == '.' && IsSeparator(last)))
+        {
+            return false;
+        }
+        native[i] = unit == '\\' ? '/' : static_cast<char>(unit);
+        last = unit;
+    }
+    return true;
+}
+
 std::string WithoutSeparators(std::string name)
 {
     while (name.size() > 1 && name.ends_with('/'))
@@ -115,7 +144,14 @@ try
     {
         return Fail(text.empty() ? ERROR_PATH_NOT_FOUND : ERROR_FILENAME_EXCED_RANGE) != FALSE;
     }
-    return PathToNative(WithoutDots(text), m_native);
+    if (ParsePlain(text, m_native))
+    {
+        return true;
+    }
+    std::filesystem::path native;
+    const bool done = PathToNative(WithoutDots(text), native);
+    m_native = std::move(native).native();
+    return done;
 }
 catch (const std::bad_alloc&)
 {
@@ -124,12 +160,12 @@ catch (const std::bad_alloc&)
 
 bool FileName::NamesFolder() const noexcept
 {
-    return m_native.native().ends_with('/');
+    return m_native.ends_with('/');
 }
 
 std::string FileName::Folder() const
 {
-    const std::string name = WithoutSeparators(m_native.native());
+    const std::string name = WithoutSeparators(m_native);
     const std::size_t last = name.rfind('/');
     return last == std::string::npos ? "." : name.substr(0, last + 1);
 }
@@ -149,7 +185,7 @@ bool FileName::LeadsThroughFile() const noexcept
 try
 {
     struct stat facts{};
-    return NamesFolder() && stat(WithoutSeparators(m_native.native()).c_str(), &facts) == 0 && !S_ISDIR(facts.st_mode);
+    return NamesFolder() && stat(WithoutSeparators(m_native).c_str(), &facts) == 0 && !S_ISDIR(facts.st_mode);
 }
 catch (const std::bad_alloc&)
 {

@@ -5,7 +5,6 @@
 
 #include "Quoll/WideString.h"
 
-#include <filesystem>
 #include <string>
 
 #include <windows.h>
@@ -38,7 +37,7 @@ private:
     /// A file's name with a separator behind it.
     bool LeadsThroughFile() const noexcept;
 
-    std::filesystem::path m_native;
+    std::string m_native;
 };
 
 /// Takes "." and ".." out of the text, as the platform does before it looks at any file; ".." at a root

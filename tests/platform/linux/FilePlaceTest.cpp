@@ -11,10 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -120,6 +122,38 @@ TEST_F(FilePlaces, DotsAreTakenOutOfTheText)
     for (const auto& row : rows)
     {
         EXPECT_EQ(Platform::WithoutDots(row.text), row.clean);
+    }
+}
+
+/// Separators that follow each other are one.
+bool IsOnePath(std::string_view first, std::string_view second)
+{
+    const auto together = [](std::string_view path) {
+        std::string single(path);
+        const auto end = std::unique(single.begin(), single.end(), [](char a, char b) { return a == '/' && b == '/'; });
+        single.erase(end, single.end());
+        return single;
+    };
+    return together(first) == together(second);
+}
+
+TEST_F(FilePlaces, PlainNamesAreReadAsAllOthers)
+{
+    std::mt19937 random(1);
+    const char16_t* const pieces[] = {u"\\", u"/",   u"C:", u"c:\\",    u".",     u"..",
+                                      u"a",  u"x.y", u":",  u"Windows", u"\u00E4"};
+    for (int round = 0; round < 20000; ++round)
+    {
+        WString name;
+        for (auto left = 1 + random() % 6; left > 0; --left)
+        {
+            name += pieces[random() % std::size(pieces)];
+        }
+        fs::path native;
+        Platform::FileName file;
+        const bool expected = Platform::PathToNative(Platform::WithoutDots(name), native);
+        ASSERT_EQ(file.Parse(name.c_str()), expected) << PathFromNative(native).size();
+        ASSERT_TRUE(!expected || IsOnePath(file.Native(), native.native())) << native << " " << file.Native();
     }
 }
 
