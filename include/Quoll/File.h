@@ -182,7 +182,8 @@ public:
     static std::vector<WString> ReadAllLines(const WString& path);
 
     /// Replaces the content by the lines, each unit a byte and CR LF for each LF and behind each line. A unit above 255
-    /// ends the writing. Whether the file could be opened or written isn't told.
+    /// ends the writing. Each line is handed to the platform by itself, so a writer that is killed leaves the lines
+    /// before. Whether the file could be opened or written isn't told.
     static void WriteAllLines(const WString& path, std::vector<WString> lines);
 
     /// The lines of UTF-16, with the high byte first unless a mark says otherwise.

@@ -73,7 +73,7 @@ void File::WriteAllLines(const WString& path, std::vector<WString> lines)
     TextWriter writer(path);
     for (const WString& line : lines)
     {
-        if (!WriteTextLine(writer, line))
+        if (!WriteTextLine(writer, line) || !writer.Flush())
         {
             return;
         }

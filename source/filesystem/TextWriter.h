@@ -28,10 +28,10 @@ public:
     /// nothing more is written then, by later calls either.
     bool Write(WStringView units, TextForm form) noexcept;
     bool Write(std::string_view bytes) noexcept;
-
-private:
+    /// Hands what is kept to the platform. False if that fails.
     bool Flush() noexcept;
 
+private:
     std::unique_ptr<void, FileHandleDeleter> m_file;
     std::unique_ptr<char[]> m_bytes;
     std::size_t m_used = 0;
