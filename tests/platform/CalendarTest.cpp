@@ -1,4 +1,6 @@
 // What callers rely on in the platform's calendar: every day of it, and what isn't one.
+#include "support/Wine.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -103,15 +105,9 @@ TEST(Calendar, RefusesFieldsThatNameNoMoment)
     }
 }
 
-bool IsWine()
-{
-    const WCHAR library[] = {'n', 't', 'd', 'l', 'l', '.', 'd', 'l', 'l', 0};
-    return GetProcAddress(GetModuleHandleW(library), "wine_get_version") != nullptr;
-}
-
 TEST(Calendar, RefusesLeapDaysOfOtherYearsAndYearsPastTheLast)
 {
-    if (IsWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine takes 29 February of every year, and the year 30828";
     }

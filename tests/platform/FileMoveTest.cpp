@@ -2,6 +2,7 @@
 #include "Quoll/WideString.h"
 
 #include "support/TemporaryDirectory.h"
+#include "support/Wine.h"
 
 #include <windows.h>
 
@@ -21,12 +22,6 @@ using namespace Quoll::Literals;
 
 namespace
 {
-
-bool IsWine()
-{
-    static constexpr WCHAR library[] = {'n', 't', 'd', 'l', 'l', '.', 'd', 'l', 'l', 0};
-    return GetProcAddress(GetModuleHandleW(library), "wine_get_version") != nullptr;
-}
 
 /// A folder with files "one" and "two", of that content, and the folders "full" with a file in it, and "empty".
 class FileMoveContract : public testing::Test

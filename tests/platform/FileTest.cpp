@@ -2,6 +2,7 @@
 #include "Quoll/WideString.h"
 
 #include "support/TemporaryDirectory.h"
+#include "support/Wine.h"
 
 #include <windows.h>
 
@@ -18,12 +19,6 @@ using namespace Quoll::Literals;
 
 namespace
 {
-
-bool IsWine()
-{
-    static constexpr WCHAR library[] = {'n', 't', 'd', 'l', 'l', '.', 'd', 'l', 'l', 0};
-    return GetProcAddress(GetModuleHandleW(library), "wine_get_version") != nullptr;
-}
 
 std::string Told(bool success, DWORD lastError)
 {

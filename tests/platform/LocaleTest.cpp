@@ -1,4 +1,6 @@
 // What callers rely on in the platform's texts of dates and times.
+#include "support/Wine.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -16,12 +18,6 @@ using Wide = std::basic_string<WCHAR>;
 using Formatter = int(WINAPI*)(LCID, DWORD, const SYSTEMTIME*, LPCWSTR, LPWSTR, int);
 
 constexpr SYSTEMTIME Tuesday{2023, 3, 0, 7, 15, 4, 9, 123}; // the day of the week is wrong
-
-bool RunsOnWine()
-{
-    const char name[] = "ntdll.dll";
-    return GetProcAddress(GetModuleHandleW(Wide(std::begin(name), std::end(name)).c_str()), "wine_get_version");
-}
 
 // In UTF-8, with the error in brackets if there is one. What length and text say has to agree.
 std::string Formatted(Formatter format, LCID locale, DWORD flags, const SYSTEMTIME* moment, const char* picture)
@@ -302,7 +298,7 @@ TEST(LocaleContract, TheUsersLanguage)
 
 TEST(LocaleContract, WhatWineHasOtherwise)
 {
-    if (RunsOnWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine prints \"AD\" once for each g, two digits for y, goes on after 29 February and 30827, "
                         "takes any flag, keeps text behind a mark left out, and crashes on texts above 260 units";

@@ -1,4 +1,6 @@
 // What callers rely on in the platform's text calls.
+#include "support/Wine.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -29,11 +31,6 @@ Wide Converted(const std::string& bytes)
     WCHAR wide[64];
     const int length = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), wide, 64);
     return Wide(wide, static_cast<std::size_t>(length));
-}
-
-bool RunsOnWine()
-{
-    return GetProcAddress(GetModuleHandleW(FromAscii("ntdll.dll").c_str()), "wine_get_version") != nullptr;
 }
 
 struct Message
@@ -129,7 +126,7 @@ TEST(TextConversion, ReplacesEachMaximalSubpart)
 
 TEST(TextConversion, ReplacesEachByteOfAnEncodedSurrogate)
 {
-    if (RunsOnWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine counts one replacement less than Windows";
     }
@@ -182,7 +179,7 @@ TEST(FormatMessage, FailsWhenTheBufferIsTooSmall)
 
 TEST(FormatMessage, BoundsWhatItAllocates)
 {
-    if (RunsOnWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine allocates texts of any length";
     }

@@ -1,4 +1,6 @@
 // What callers rely on in the conversions with an explicit zone.
+#include "support/Wine.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -184,15 +186,9 @@ TEST(TimeZone, RefusesZonesWhoseDatesAreNone)
     }
 }
 
-bool IsWine()
-{
-    const WCHAR library[] = {'n', 't', 'd', 'l', 'l', '.', 'd', 'l', 'l', 0};
-    return GetProcAddress(GetModuleHandleW(library), "wine_get_version") != nullptr;
-}
-
 TEST(TimeZone, ReadsTheSkippedAndTheDoubledHourAsTheTimeWithTheGreaterOffset)
 {
-    if (IsWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine isn't trusted with hours that don't exist or come twice";
     }
@@ -206,7 +202,7 @@ TEST(TimeZone, ReadsTheSkippedAndTheDoubledHourAsTheTimeWithTheGreaterOffset)
 
 TEST(TimeZone, TakesBothChangesInOneMonth)
 {
-    if (IsWine())
+    if (Quoll::Tests::IsWine())
     {
         GTEST_SKIP() << "Wine tells the order of the two by their months alone";
     }

@@ -116,6 +116,16 @@ bool StoreAttributes(FilePlace place, const struct statx& facts, DWORD attribute
     return done || FailWithErrno() != FALSE;
 }
 
+namespace
+{
+
+/// False with the last error set.
+bool FindFile(LPCWSTR name, FileName& file, struct statx& facts) noexcept
+{
+    return file.Parse(name) && (ReadFacts(file.Native(), facts) || file.Fails(FileOperation::Open) != FALSE);
+}
+
+} // namespace
 } // namespace Quoll::Platform
 
 using namespace Quoll::Platform;
@@ -124,16 +134,7 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept
 {
     FileName file;
     struct statx facts;
-    if (!file.Parse(name))
-    {
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    if (!ReadFacts(file.Native(), facts))
-    {
-        file.Fails(FileOperation::Open);
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    return ReadAttributes(file.Native(), facts);
+    return FindFile(name, file, facts) ? ReadAttributes(file.Native(), facts) : INVALID_FILE_ATTRIBUTES;
 }
 
 BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS level, LPVOID data) noexcept
@@ -144,13 +145,9 @@ BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS level, LPVOID dat
     }
     FileName file;
     struct statx facts;
-    if (!file.Parse(name))
+    if (!FindFile(name, file, facts))
     {
         return FALSE;
-    }
-    if (!ReadFacts(file.Native(), facts))
-    {
-        return file.Fails(FileOperation::Open);
     }
     const std::uint64_t size = IsFolder(facts) ? 0 : facts.stx_size;
     *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data) = {.dwFileAttributes = ReadAttributes(file.Native(), facts),
@@ -166,13 +163,9 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept
 {
     FileName file;
     struct statx facts;
-    if (!file.Parse(name))
+    if (!FindFile(name, file, facts))
     {
         return FALSE;
-    }
-    if (!ReadFacts(file.Native(), facts))
-    {
-        return file.Fails(FileOperation::Open);
     }
     return StoreAttributes(file.Native(), facts, attributes) ? TRUE : FALSE;
 }
