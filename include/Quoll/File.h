@@ -37,7 +37,8 @@ enum class FileEncoding : std::int32_t
 /// A path is taken up to its first NUL. What it names on Linux stands at NativePath. Symbolic links are followed,
 /// except by Delete and Move, which take the link itself, and by IsCreatePermissonAvailable. On Linux pipes, sockets
 /// and devices other than `/dev/null` can't be opened (code 5), and nothing waits for them; files that tell no size,
-/// as those below `/proc`, are read whole as text and lines.
+/// as those below `/proc`, are read whole as text and lines. A limit for the size of files (RLIMIT_FSIZE) that a
+/// process has is a failure of writing like a full disk, with code 223; no signal ends the process.
 ///
 /// On Linux sharing between opened files is an agreement among processes that use this library: another process
 /// neither sees a lock nor is held back by one, and what it opens locks nobody out. Within the agreement a file is
@@ -142,8 +143,8 @@ public:
     ///                              meanwhile (code 38) and for one of 4 GiB or more (code 223)
     static std::vector<std::uint8_t> ReadAllBytes(const WString& path);
 
-    /// Up to `count` bytes from `offset` on: fewer where the file ends, none behind its end. Nothing is opened for a
-    /// count of 0.
+    /// Up to `count` bytes from `offset` on: fewer where the file ends, none behind its end, and at most 4096 of a file
+    /// that tells no size. Nothing is opened for a count of 0.
     /// @throws FileSystemException  "CreateFile failed."; "Can't set file pointer", as for a negative offset;
     ///                              "Could not read, all bytes."
     static std::vector<std::uint8_t> ReadBytes(const WString& path, std::int32_t offset, std::uint32_t count);
@@ -238,8 +239,9 @@ public:
     /// @throws std::runtime_error  "The provided path is empty"
     static WString GenerateNewFileNameFromExisting(const WString& path, std::uint32_t length, std::uint64_t seed);
 
-    /// The file of the module in which the address lies.
-    /// @throws Win32Exception  "VirtualQueryEx failed!"; "Can't get full path", as for memory of no module
+    /// The file of the module in which the address lies; that of the program if nothing lies there at all.
+    /// @throws Win32Exception  "VirtualQueryEx failed!", as for an address that no program can have; "Can't get full
+    ///                         path", as for memory of no module
     static WString GetFileNameOfModule(const void* address);
 
     /// The process's executable file.

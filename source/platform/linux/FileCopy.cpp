@@ -6,6 +6,7 @@
 #include "platform/linux/FileName.h"
 #include "platform/linux/FileObject.h"
 #include "platform/linux/FileOpen.h"
+#include "platform/linux/FileSizeLimit.h"
 #include "platform/linux/HandleTable.h"
 
 #include <array>
@@ -201,11 +202,18 @@ bool Copying::Fill() noexcept
 bool Copying::Undo() noexcept
 {
     const DWORD code = GetLastError();
+    const Pinned<FileObject> to(m_to);
     FileName target;
-    struct statx facts;
-    if (target.Parse(m_target) && ReadFacts(target.Native(), facts) && S_ISREG(facts.stx_mode))
+    struct statx made;
+    struct statx named;
+    if (to && ReadFacts(to->File(), made) && S_ISREG(made.stx_mode))
     {
-        unlink(target.Native());
+        // Other names may lead to the file, and the name elsewhere by now.
+        [[maybe_unused]] const int emptied = ftruncate(to->File(), 0);
+        if (target.Parse(m_target) && ReadNameFacts(target.Native(), named) && IsSameFile(made, named))
+        {
+            unlink(target.Native());
+        }
     }
     return Fail(code) != FALSE;
 }
@@ -214,6 +222,7 @@ bool Copying::Undo() noexcept
 
 bool CopyContents(int from, int to) noexcept
 {
+    const FileSizeSignalGuard guard(HasFileSizeLimit());
     ssize_t copied = 0;
     do
     {

@@ -22,6 +22,11 @@ bool ReadFacts(FilePlace place, struct statx& facts) noexcept
                                  : statx(place.descriptor, "", AT_EMPTY_PATH, wanted, &facts) == 0;
 }
 
+bool ReadNameFacts(const char* name, struct statx& facts) noexcept
+{
+    return statx(AT_FDCWD, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
+}
+
 bool IsFolder(const struct statx& facts) noexcept
 {
     return S_ISDIR(facts.stx_mode);

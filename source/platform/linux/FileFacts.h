@@ -28,6 +28,8 @@ struct FilePlace
 
 /// False with errno set.
 bool ReadFacts(FilePlace place, struct statx& facts) noexcept;
+/// Of the name itself, be it a link's.
+bool ReadNameFacts(const char* name, struct statx& facts) noexcept;
 
 bool IsFolder(const struct statx& facts) noexcept;
 /// A file with no right to write.

@@ -37,7 +37,7 @@ public:
 
 private:
     bool Look() noexcept;
-    bool LookAtTarget(const struct statx& target) noexcept;
+    bool LookAtTarget(const struct statx& target);
     bool AreOneName() const;
     bool Ask() noexcept;
     bool Go() noexcept;
@@ -54,12 +54,6 @@ private:
     Descriptor m_sourceGuard;
     Descriptor m_targetGuard;
 };
-
-/// Of a name, be it a link's.
-bool ReadNameFacts(const char* name, struct statx& facts) noexcept
-{
-    return statx(AT_FDCWD, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
-}
 
 bool Moving::Look() noexcept
 try
@@ -85,7 +79,7 @@ catch (const std::bad_alloc&)
     return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
 }
 
-bool Moving::LookAtTarget(const struct statx& target) noexcept
+bool Moving::LookAtTarget(const struct statx& target)
 {
     m_isDone = IsSameFile(m_facts, target) && AreOneName();
     if (m_isDone)
@@ -124,8 +118,8 @@ bool Moving::Ask() noexcept
         return false;
     }
     struct statx target;
-    const bool isSame = ReadFacts(m_target.Native(), target) && IsSameFile(m_facts, target);
-    if (m_targetExists && !isSame && S_ISREG(target.stx_mode) && !GuardDeletion(m_target.Native(), m_targetGuard, true))
+    const bool isAnother = m_targetExists && ReadNameFacts(m_target.Native(), target) && !IsSameFile(m_facts, target);
+    if (isAnother && S_ISREG(target.stx_mode) && !GuardDeletion(m_target.Native(), m_targetGuard, true))
     {
         return Fail(GetLastError() == ERROR_SHARING_VIOLATION ? ERROR_ACCESS_DENIED : GetLastError()) != FALSE;
     }

@@ -119,6 +119,7 @@ BOOL FileObject::Run(const Transfer& transfer, DWORD* transferred, OVERLAPPED* o
             return Fail(ERROR_INVALID_PARAMETER);
         }
     }
+    const FileSizeSignalGuard guard(m_isLimited && !transfer.IsRead());
     DWORD done = 0;
     DWORD code = transfer.Run(File(), done, start);
     if (start && !m_overlapped)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/FileSizeLimit.h"
 #include "platform/linux/Object.h"
 
 #include <cstddef>
@@ -22,6 +23,7 @@ public:
         , m_file(std::move(file))
         , m_access(access)
         , m_overlapped(overlapped)
+        , m_isLimited((access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) != 0 && HasFileSizeLimit())
     {
     }
 
@@ -43,6 +45,7 @@ private:
     const Descriptor m_file;
     const DWORD m_access;
     const bool m_overlapped;
+    const bool m_isLimited; // how large it may become
 };
 
 } // namespace Quoll::Platform

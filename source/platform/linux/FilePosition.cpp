@@ -2,6 +2,7 @@
 #include "platform/linux/ErrnoTable.h"
 #include "platform/linux/FileErrors.h"
 #include "platform/linux/FileObject.h"
+#include "platform/linux/FileSizeLimit.h"
 #include "platform/linux/HandleTable.h"
 
 #include <cerrno>
@@ -147,6 +148,7 @@ BOOL SetEndOfFile(HANDLE file) noexcept
     {
         return FALSE;
     }
+    const FileSizeSignalGuard guard(HasFileSizeLimit());
     const off_t position = lseek(object->File(), 0, SEEK_CUR);
     int result = 0;
     do

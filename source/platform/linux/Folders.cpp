@@ -15,10 +15,11 @@ using namespace Quoll::Platform;
 namespace
 {
 
-/// Of the name itself, be it a link.
-bool ReadNameFacts(const FileName& name, struct statx& facts) noexcept
+/// Whoever may change the folder around it could put a link in its place.
+bool OpenToEverybody(const char* folder) noexcept
 {
-    return statx(AT_FDCWD, name.Native(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
+    const Descriptor made(open(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return made && fchmod(made.Get(), S_IRWXU | S_IRWXG | S_IRWXO) == 0;
 }
 
 } // namespace
@@ -37,7 +38,7 @@ BOOL CreateDirectoryW(LPCWSTR name, LPSECURITY_ATTRIBUTES attributes) noexcept
     const void* const security = attributes == nullptr ? nullptr : attributes->lpSecurityDescriptor;
     const bool forEverybody =
         security != nullptr && (static_cast<const SECURITY_DESCRIPTOR*>(security)->Control & SE_DACL_PRESENT) != 0;
-    return !forEverybody || chmod(folder.Native(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? TRUE : FailWithErrno();
+    return !forEverybody || OpenToEverybody(folder.Native()) ? TRUE : FailWithErrno();
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept
@@ -48,7 +49,7 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept
     {
         return FALSE;
     }
-    if (!ReadNameFacts(folder, facts))
+    if (!ReadNameFacts(folder.Native(), facts))
     {
         return folder.Fails(FileOperation::RemoveFolder);
     }
@@ -76,7 +77,7 @@ BOOL DeleteFileW(LPCWSTR name) noexcept
     {
         return FALSE;
     }
-    if (!ReadNameFacts(file, facts))
+    if (!ReadNameFacts(file.Native(), facts))
     {
         return file.Fails(FileOperation::Delete);
     }

@@ -1,4 +1,5 @@
 // Transfers that stop early or fail half-way.
+#include "support/ChildProcess.h"
 #include "support/TemporaryDirectory.h"
 #include "support/linux/ForcedTransfers.h"
 
@@ -9,11 +10,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <string>
+#include <utility>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace Quoll::Tests
@@ -130,6 +135,64 @@ TEST_F(FileFailures, NoPartOfACopyStays)
         EXPECT_EQ(fs::exists(directory.Path() / "copy"), row.code == ERROR_SUCCESS);
         EXPECT_TRUE(row.code != ERROR_SUCCESS || Content(directory.Path() / "copy") == "0123456789");
     }
+}
+
+TEST_F(FileFailures, OfAFailedCopyThatALinkLedToNothingStays)
+{
+    std::ofstream(directory.Path() / "target") << "old";
+    fs::create_symlink("target", directory.Path() / "copy");
+    const ForcedTransfers forced({3, -ENOSPC});
+    EXPECT_FALSE(CopyFileW(Name("file").c_str(), Name("copy").c_str(), FALSE));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+    EXPECT_TRUE(fs::is_symlink(directory.Path() / "copy"));
+    EXPECT_EQ(Content(directory.Path() / "target"), "");
+}
+
+// Tells the outcome of what goes beyond a limit of five bytes.
+CHILD_PROCESS(LimitedWriter)
+{
+    const fs::path folder = arguments.at(0);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlim_t before = std::exchange(limit.rlim_cur, 5);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const HANDLE file = CreateFileW(PathFromNative(folder / "new").c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    CREATE_NEW, 0, nullptr);
+    DWORD written = 0;
+    std::ostringstream told;
+    const auto tell = [&](BOOL done) {
+        told << (done ? 0 : GetLastError()) << ' ';
+    };
+    tell(WriteFile(file, "0123456789", 10, &written, nullptr));
+    told << written << ' ';
+    SetFilePointer(file, 10, nullptr, FILE_BEGIN);
+    tell(SetEndOfFile(file));
+    tell(CopyFileW(PathFromNative(folder / "file").c_str(), PathFromNative(folder / "copy").c_str(), TRUE));
+    told << fs::exists(folder / "copy") << ' ';
+    const auto tellIfPending = [&] {
+        sigset_t pending;
+        told << (sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ) == 1) << ' ';
+    };
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    tell(WriteFile(file, "x", 1, &written, nullptr));
+    tellIfPending();
+    raise(SIGXFSZ); // not the library's to take
+    tell(WriteFile(file, "x", 1, &written, nullptr));
+    tellIfPending();
+    limit.rlim_cur = before;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::cout << told.str() << std::endl;
+    return 0;
+}
+
+TEST_F(FileFailures, ALimitOfSizesIsToldByItsCodeAlone)
+{
+    ChildProcess child("LimitedWriter", {directory.Path().string()});
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_EQ(child.Output(), "223 5 223 223 0 223 0 223 1 \n");
 }
 
 TEST_F(FileFailures, AFailedMoveToAnotherFileSystemChangesNothing)

@@ -116,7 +116,9 @@ extern "C"
     HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                        DWORD flags, HANDLE pattern) noexcept;
     BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped) noexcept;
-    /// A disk that fills up is a failure; `written` then tells how much there was room for.
+    /// A disk that fills up is a failure; `written` then tells how much there was room for. So is a limit for the size
+    /// of files that the process had when it opened the file: ERROR_FILE_TOO_LARGE, and the signal that the host sends
+    /// then reaches nobody.
     BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) noexcept;
     /// Of files; a pipe's handle is ERROR_NOT_SUPPORTED.
     BOOL FlushFileBuffers(HANDLE file) noexcept;
