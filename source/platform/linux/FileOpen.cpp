@@ -91,7 +91,7 @@ private:
     Outcome OpenFolder() noexcept;
     Outcome Accept() noexcept;
     bool Empty() noexcept;
-    bool FurnishNew() noexcept;
+    bool FurnishNew(bool isBehindLink) noexcept;
     Outcome Fails(DWORD code) noexcept;
 
     const mode_t m_most;
@@ -180,24 +180,30 @@ Opening::Outcome Opening::Create() noexcept
 {
     const int flags = HostFlags(false) | O_CREAT;
     m_file = Descriptor(open(m_name.Native(), flags | O_EXCL, m_most));
-    struct stat link{};
-    if (!m_file && errno == EEXIST && m_disposition != CREATE_NEW)
+    struct statx facts;
+    const bool isLink = !m_file && errno == EEXIST && m_disposition != CREATE_NEW;
+    if (isLink)
     {
-        if (lstat(m_name.Native(), &link) != 0 || !S_ISLNK(link.st_mode))
+        if (!ReadNameFacts(m_name.Native(), facts) || !S_ISLNK(facts.stx_mode))
         {
             return Outcome::Again;
         }
-        m_file = Descriptor(open(m_name.Native(), flags, m_most)); // where a link leads
+        m_file = Descriptor(open(m_name.Native(), flags, m_most)); // where it leads
     }
     if (!m_file)
     {
         m_name.Fails(FileOperation::Create);
         return Outcome::Failed;
     }
-    return DeclareSharing(m_file.Get(), m_access, m_shareMode) && FurnishNew() ? Outcome::Done : Outcome::Failed;
+    // By now the link may lead to another's file, which is no new one.
+    if (isLink && (!ReadFacts(m_file.Get(), facts) || facts.stx_size != 0 || facts.stx_nlink != 1))
+    {
+        return Outcome::Again;
+    }
+    return DeclareSharing(m_file.Get(), m_access, m_shareMode) && FurnishNew(isLink) ? Outcome::Done : Outcome::Failed;
 }
 
-bool Opening::FurnishNew() noexcept
+bool Opening::FurnishNew(bool isBehindLink) noexcept
 {
     struct statx facts;
     const bool done = (!m_openToEverybody || fchmod(m_file.Get(), forEverybody) == 0) && ReadFacts(m_file.Get(), facts);
@@ -206,7 +212,10 @@ bool Opening::FurnishNew() noexcept
         return true;
     }
     const DWORD code = GetLastError();
-    unlink(m_name.Native());
+    if (!isBehindLink)
+    {
+        unlink(m_name.Native());
+    }
     return Fail(code) != FALSE;
 }
 

@@ -81,6 +81,10 @@ public:
         }
         return false;
     }
+    const char* Name() const noexcept
+    {
+        return m_name.c_str();
+    }
     bool Publish(const char* target, bool replaces) noexcept
     {
         const bool done = Rename(m_name.c_str(), target, replaces);
@@ -130,11 +134,10 @@ bool CopyLink(const FileName& source, const FileName& target, Nursery& nursery)
     {
         return source.Fails(FileOperation::Open) != FALSE;
     }
-    const bool made = nursery.Fill([&](const char* name) {
-        const std::array<timespec, 2> times = {facts.st_atim, facts.st_mtim};
-        return symlink(text.data(), name) == 0 && utimensat(AT_FDCWD, name, times.data(), AT_SYMLINK_NOFOLLOW) == 0;
-    });
-    return made || target.Fails(FileOperation::Create) != FALSE;
+    const std::array<timespec, 2> times = {facts.st_atim, facts.st_mtim};
+    const bool done = nursery.Fill([&](const char* name) { return symlink(text.data(), name) == 0; }) &&
+                      utimensat(AT_FDCWD, nursery.Name(), times.data(), AT_SYMLINK_NOFOLLOW) == 0;
+    return done || target.Fails(FileOperation::Create) != FALSE;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <new>
 
 #include <unistd.h>
 
@@ -47,6 +48,7 @@ MEMORY_BASIC_INFORMATION Describe(std::uintptr_t address, const MemoryRegion& re
 } // namespace
 
 SIZE_T VirtualQueryEx(HANDLE process, LPCVOID address, PMEMORY_BASIC_INFORMATION information, SIZE_T size) noexcept
+try
 {
     if (process != GetCurrentProcess())
     {
@@ -64,4 +66,8 @@ SIZE_T VirtualQueryEx(HANDLE process, LPCVOID address, PMEMORY_BASIC_INFORMATION
     }
     *information = Describe(where, region);
     return sizeof(*information);
+}
+catch (const std::bad_alloc&)
+{
+    return static_cast<SIZE_T>(Fail(ERROR_NOT_ENOUGH_MEMORY));
 }

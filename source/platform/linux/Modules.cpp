@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <new>
 #include <string_view>
 
 namespace
@@ -118,6 +119,7 @@ BOOL GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* module) noe
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD capacity) noexcept
+try
 {
     const Quoll::WString file = FileOf(module);
     if (file.empty())
@@ -134,6 +136,10 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD capacity) noexcept
     }
     SetLastError(fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER);
     return length;
+}
+catch (const std::bad_alloc&)
+{
+    return static_cast<DWORD>(Fail(ERROR_NOT_ENOUGH_MEMORY));
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept

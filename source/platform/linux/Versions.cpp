@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace
@@ -104,6 +105,7 @@ void SetLength(std::span<std::byte> tree) noexcept
 } // namespace
 
 DWORD GetFileVersionInfoSizeW(LPCWSTR name, LPDWORD unused) noexcept
+try
 {
     if (unused != nullptr)
     {
@@ -117,8 +119,13 @@ DWORD GetFileVersionInfoSizeW(LPCWSTR name, LPDWORD unused) noexcept
     SetLastError(ERROR_SUCCESS);
     return static_cast<DWORD>(tree.size() + k_behind);
 }
+catch (const std::bad_alloc&)
+{
+    return static_cast<DWORD>(Fail(ERROR_NOT_ENOUGH_MEMORY));
+}
 
 BOOL GetFileVersionInfoW(LPCWSTR name, DWORD, DWORD capacity, LPVOID data) noexcept
+try
 {
     if (data == nullptr)
     {
@@ -140,6 +147,10 @@ BOOL GetFileVersionInfoW(LPCWSTR name, DWORD, DWORD capacity, LPVOID data) noexc
     std::memcpy(data, tree.data(), tree.size());
     SetLastError(ERROR_SUCCESS);
     return TRUE;
+}
+catch (const std::bad_alloc&)
+{
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 BOOL VerQueryValueW(LPCVOID block, LPCWSTR path, LPVOID* value, PUINT length) noexcept
