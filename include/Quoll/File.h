@@ -114,7 +114,7 @@ public:
     /// @throws Win32Exception  "Failed to create empty file!"
     static void CreateNewEmptyFile(const WString& path);
 
-    /// Copies content, times and attributes.
+    /// Copies content, attributes and the time of the last write. After a failure there is no copy.
     /// @throws FileSystemException  "CopyFile failed.", with both paths; code 80 if the target exists and `overwrite`
     ///                              is false
     static void Copy(const WString& source, const WString& target, bool overwrite);
