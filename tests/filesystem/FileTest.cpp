@@ -60,17 +60,11 @@ TEST_F(FileTest, Times)
     UtcTime before = UtcTime::Now();
     before.SubMilliseconds(20); // the times of files are taken from a clock that ticks slowly
     PutBytes(m_path, "x");
-    UtcTime after = UtcTime::Now();
-    after.AddMilliseconds(20);
-    for (const UtcTime& time : {File::GetCreationTime(m_path), File::GetFileLastWriteTime(m_path)})
-    {
-        EXPECT_GE(time, before);
-        EXPECT_LE(time, after);
-    }
     const auto native = NativePath::ToNative(m_path);
-    const auto moved = std::filesystem::last_write_time(native) - std::chrono::hours(1000);
     const UtcTime written = File::GetFileLastWriteTime(m_path);
-    std::filesystem::last_write_time(native, moved);
+    EXPECT_GE(written, before);
+    EXPECT_GE(File::GetCreationTime(m_path), before);
+    std::filesystem::last_write_time(native, std::filesystem::last_write_time(native) - std::chrono::hours(1000));
     EXPECT_EQ((written - File::GetFileLastWriteTime(m_path)).GetTicks() / 10'000'000, 3'600'000);
     EXPECT_EQ(PlatformCode("Can't get file attributes: ", [&] { File::GetCreationTime(m_missing); }), 2u);
     EXPECT_EQ(PlatformCode("Can't get file attributes: ", [&] { File::GetFileLastWriteTime(m_nowhere); }), 3u);
@@ -105,30 +99,14 @@ TEST_F(FileTest, PermissionProbes)
     EXPECT_EQ(files(), 3);
 }
 
-TEST_F(FileTest, NewEmptyFiles)
+TEST_F(FileTest, FilesComeAndGo)
 {
-    const auto create = [](const WString& path) {
-        File::CreateNewEmptyFile(path);
-    };
-    create(m_path);
-    EXPECT_TRUE(File::Exists(m_path));
-    PutBytes(m_path, "kept");
-    EXPECT_EQ(PlatformCode("Failed to create empty file!: ", [&] { create(m_path); }), DWORD{ERROR_FILE_EXISTS});
-    EXPECT_EQ(PlatformCode("Failed to create empty file!: ", [&] { create(m_nowhere); }), 3u);
-    EXPECT_EQ(TakeBytes(m_path), "kept");
-}
-
-TEST_F(FileTest, DeletingWhatIsMissingIsNoFailure)
-{
-    PutBytes(m_path, "x");
+    File::CreateNewEmptyFile(m_path);
+    EXPECT_EQ(PlatformCode("Failed to create empty file!: ", [&] { File::CreateNewEmptyFile(m_path); }), 80u);
     File::Delete(m_path);
     EXPECT_FALSE(File::ItemExists(m_path));
-    File::Delete(m_path);
-    const auto fail = [](const WString& path) {
-        return FileCode("DeleteFile failed.: ", [&] { File::Delete(path); });
-    };
-    EXPECT_EQ(fail(m_nowhere), 3u);
-    EXPECT_EQ(fail(m_folder.Path()), 5u);
+    File::Delete(m_path); // what is missing is no failure
+    EXPECT_EQ(FileCode("DeleteFile failed.: ", [&] { File::Delete(m_nowhere); }), 3u);
 }
 
 TEST_F(FileTest, AllBytes)
@@ -144,7 +122,6 @@ TEST_F(FileTest, AllBytes)
         File::ReadAllBytes(path);
     };
     EXPECT_EQ(FileCode("CreateFile failed.: ", [&] { read(m_missing); }), 2u);
-    EXPECT_EQ(FileCode("CreateFile failed.: ", [&] { read(m_folder.Path()); }), 5u);
     EXPECT_EQ(FileCode("CreateFile failed.: ", [&] { File::WriteAllBytes(m_nowhere, {}); }), 3u);
     std::filesystem::resize_file(NativePath::ToNative(m_path), 0x100000001);
     EXPECT_EQ(FileCode("Could not read, all bytes.: ", [&] { read(m_path); }), DWORD{ERROR_FILE_TOO_LARGE});

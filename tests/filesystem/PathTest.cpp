@@ -11,7 +11,6 @@
 
 #include <fstream>
 #include <limits>
-#include <random>
 #include <stdexcept>
 
 namespace Quoll::Utilities
@@ -336,14 +335,22 @@ TEST(Path, MakesFullPathsFromTheLibrarysFolder)
     EXPECT_TRUE(Path::IsAbsolutePath(Path::GetSystemRootDirectory()));
 }
 
-TEST(Path, HasFormsWhereItExists)
+TEST(Path, RefusesWhatIsMissing)
 {
     const Tests::TemporaryDirectory folder;
     const WString path = NativePath::FromNative(folder.Path());
-    EXPECT_EQ(Path::ExpandPath(path), path);
     EXPECT_EQ(Path::ExpandPath(Path::ShortenPath(path)), path);
-    EXPECT_EQ(Refusal(Path::ExpandPath, path + "\\x"_w), "GetLongPathName 2");
-    EXPECT_EQ(Refusal(Path::ShortenPath, path + "\\x"_w), "GetShortPathName 2");
+    const WString file = path + "\\x"_w;
+    EXPECT_EQ(Refusal(Path::ExpandPath, file), "GetLongPathName 2");
+    EXPECT_EQ(Refusal(Path::ShortenPath, file), "GetShortPathName 2");
+    const auto refusal = [&](auto change, std::uint32_t mask) {
+        return Refusal([&](const WString& name) { change(name, mask); }, file);
+    };
+    EXPECT_EQ(refusal(Path::SetAttributes, 1), "SetFileAttributes failed 2");
+    EXPECT_EQ(refusal(Path::SetAttribute, 0), "SetFileAttributes failed 2");
+    EXPECT_EQ(refusal(Path::SetAttribute, 1), "none");
+    EXPECT_EQ(refusal(Path::RemoveAttribute, 1), "none");
+    EXPECT_EQ(Path::GetAttributes(file), 0xFFFFFFFF);
 }
 
 TEST(Path, ChangesAttributes)
@@ -362,54 +369,6 @@ TEST(Path, ChangesAttributes)
     Path::SetAttributes(file, before | FILE_ATTRIBUTE_READONLY);
     Path::RemoveReadOnlyAttribute(file);
     EXPECT_EQ(Path::GetAttributes(file), before);
-}
-
-TEST(Path, AttributesOfAMissingFile)
-{
-    const Tests::TemporaryDirectory folder;
-    const WString file = NativePath::FromNative(folder.Path() / "missing");
-    EXPECT_EQ(Path::GetAttributes(file), 0xFFFFFFFF);
-    EXPECT_NO_THROW(Path::SetReadOnlyAttribute(file));
-    EXPECT_NO_THROW(Path::RemoveReadOnlyAttribute(file));
-    const auto set = [](const WString& path) {
-        Path::SetAttributes(path, FILE_ATTRIBUTE_READONLY);
-    };
-    EXPECT_EQ(Refusal(set, file), "SetFileAttributes failed 2");
-    const auto setNothing = [](const WString& path) {
-        Path::SetAttribute(path, 0);
-    };
-    EXPECT_EQ(Refusal(setNothing, file), "SetFileAttributes failed 2");
-}
-
-TEST(Path, LetsAnyUnitsPass)
-{
-    std::mt19937 random(1);
-    constexpr WStringView units = "\\/.:a"_w;
-    for (int round = 0; round < 2000; ++round)
-    {
-        WString path;
-        for (auto length = random() % 12; length > 0; --length)
-        {
-            const auto choice = random() % 8;
-            path.push_back(choice < 5 ? units[choice]
-                                      : static_cast<WChar>(random() % 2 == 0 ? 0 : 0xD800 + random() % 0x800));
-        }
-        EXPECT_EQ(Path::RemoveExtension(path) + Path::GetExtension(path), path);
-        EXPECT_TRUE(path.ends_with(Path::GetFileName(path)));
-        const std::size_t last = path.rfind('\\');
-        if (last != WString::npos)
-        {
-            const WString directory = Path::GetDirectory(path);
-            EXPECT_EQ(directory + path.substr(last), path);
-        }
-    }
-}
-
-TEST(Path, CanBeAssigned)
-{
-    Path path;
-    path = Path();
-    path = static_cast<const Path&>(path);
 }
 
 } // namespace

@@ -52,49 +52,18 @@ TEST(PathOracle, CanonicalPathsAreThoseOfTheShell)
     const auto canonicalize =
         reinterpret_cast<Canonicalize>(reinterpret_cast<void (*)()>(GetProcAddress(shell, "PathCanonicalizeW")));
     ASSERT_NE(canonicalize, nullptr);
-    for (const WideLiteral path : {""_w,
-                                   "a"_w,
-                                   "C:"_w,
-                                   "C:\\"_w,
-                                   "C:a"_w,
-                                   "C:\\.."_w,
-                                   "C:\\..\\a"_w,
-                                   "C:\\a\\.."_w,
-                                   "C:\\a\\..\\"_w,
-                                   "C:\\a\\.\\"_w,
-                                   "C:\\a.\\b"_w,
-                                   "C:\\a..\\b"_w,
-                                   "C:\\a\\.b"_w,
-                                   "C:\\a\\..\\..\\b"_w,
-                                   "C:\\a\\b\\..\\..\\c"_w,
-                                   "a\\..\\b"_w,
-                                   "a\\b\\.."_w,
-                                   "a\\b\\..\\..\\c"_w,
-                                   ".\\a"_w,
-                                   "a\\.\\b"_w,
-                                   "\\"_w,
-                                   "\\a"_w,
-                                   "\\..\\a"_w,
-                                   "\\a\\..\\b"_w,
-                                   "\\\\"_w,
-                                   "\\\\s"_w,
-                                   "\\\\s\\.."_w,
-                                   "\\\\s\\sh\\..\\x"_w,
-                                   "\\\\s\\sh\\a\\..\\..\\..\\b"_w,
-                                   "\\\\?\\C:\\a\\..\\b"_w,
-                                   "\\\\?\\UNC\\s\\h\\..\\x"_w,
-                                   "\\\\.\\pipe\\..\\x"_w,
-                                   "C:/a/../b"_w,
-                                   "C:\\a\\\\b"_w,
-                                   "C:\\a\\\\..\\b"_w,
-                                   "C:\\a\\b\\"_w,
-                                   "1:\\..\\x"_w,
-                                   "C:\\\\..\\a"_w,
-                                   "C:a\\..\\b"_w,
-                                   "\\\\s\\\\x\\.."_w})
+    // With blanks between them; there is an empty one in front.
+    const WStringView paths = R"( a C: C:\ C:a C:\.. C:\..\a C:\a\.. C:\a\..\ C:\a\.\ C:\a.\b C:\a..\b C:\a\.b)"
+                              R"( C:\a\..\..\b C:\a\b\..\..\c a\..\b a\b\.. a\b\..\..\c .\a a\.\b \ \a \..\a \a\..\b)"
+                              R"( \\ \\s \\s\.. \\s\sh\..\x \\s\sh\a\..\..\..\b \\?\C:\a\..\b \\?\UNC\s\h\..\x)"
+                              R"( \\.\pipe\..\x C:/a/../b C:\a\\b C:\a\\..\b C:\a\b\ 1:\..\x C:\\..\a C:a\..\b)"
+                              R"( \\s\\x\..)"_w;
+    for (std::size_t begin = 0, end = 0; end != WStringView::npos; begin = end + 1)
     {
+        end = paths.find(' ', begin);
+        const WString path(paths.substr(begin, end - begin));
         WChar expected[1024] = {};
-        ASSERT_TRUE(canonicalize(expected, path.data()));
+        ASSERT_TRUE(canonicalize(expected, path.c_str()));
         EXPECT_EQ(Path::MakeCanonical(path), expected) << StringUtilities::TruncateToAscii(path);
     }
 }
