@@ -1,6 +1,7 @@
 // The whole interface of the library.
 #pragma once
 
+#include "Quoll/AesCipher.h"
 #include "Quoll/Api.h"
 #include "Quoll/DataFilter.h"
 #include "Quoll/DataPagination.h"
@@ -18,6 +19,7 @@
 #include "Quoll/JsonWriter.h"
 #include "Quoll/Language.h"
 #include "Quoll/Locks.h"
+#include "Quoll/MD5.h"
 #include "Quoll/MultiClientPipe.h"
 #include "Quoll/NativePath.h"
 #include "Quoll/Path.h"
