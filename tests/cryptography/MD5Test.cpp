@@ -68,15 +68,6 @@ TEST_F(MD5Test, SizesAtTheBorders)
     }
 }
 
-TEST_F(MD5Test, TortureAFileAboveFourGibibytes)
-{
-    PutBytes(m_path, "");
-    constexpr std::uint64_t size = 5ull << 30;
-    std::filesystem::resize_file(NativePath::ToNative(m_path), size);
-    std::ofstream(NativePath::ToNative(m_path), std::ios::binary | std::ios::app) << "end";
-    EXPECT_EQ(MD5::ComputeHash(m_path), "87185CF34315A167CEAE5F2171B17044"_w);
-}
-
 TEST_F(MD5Test, AnOldErrorMeansNothing)
 {
     PutBytes(m_path, "abc");

@@ -28,3 +28,14 @@ TEST(MD5HostTest, AFileThatTellsNoSizeIsReadWhole)
 {
     EXPECT_NE(MD5::ComputeHash("/proc/self/cmdline"_w), "D41D8CD98F00B204E9800998ECF8427E"_w);
 }
+
+// Sizes need more than 32 bits. The digest is that of another program.
+TEST(MD5HostTest, TortureAFileAboveFourGibibytes)
+{
+    const TestFolder folder;
+    const std::filesystem::path path = NativePath::ToNative(folder / "sparse");
+    std::ofstream(path).close();
+    std::filesystem::resize_file(path, 5ull << 30);
+    std::ofstream(path, std::ios::app) << "end";
+    EXPECT_EQ(MD5::ComputeHash(folder / "sparse"), "87185CF34315A167CEAE5F2171B17044"_w);
+}
