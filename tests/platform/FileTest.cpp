@@ -222,6 +222,7 @@ TEST_F(FileContract, AHandleDoesWhatItWasOpenedFor)
         EXPECT_EQ(Outcome([&] { return ReadFile(file, buffer, 1, &count, nullptr); }), row.read) << row.access;
         EXPECT_EQ(Outcome([&] { return WriteFile(file, "x", 1, &count, nullptr); }), row.write) << row.access;
         EXPECT_EQ(Outcome([&] { return FlushFileBuffers(file); }), row.write) << row.access;
+        EXPECT_EQ(Outcome([&] { return GetFileTime(file, nullptr, nullptr, nullptr); }), "ok") << row.access;
         EXPECT_EQ(GetFileType(file), DWORD{FILE_TYPE_DISK});
         EXPECT_TRUE(CloseHandle(file));
     }

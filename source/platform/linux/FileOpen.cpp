@@ -108,7 +108,7 @@ private:
 bool Opening::Prepare(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                       DWORD flags) noexcept
 {
-    m_access = SingleRights(access);
+    m_access = SingleRights(access) | FILE_READ_ATTRIBUTES | SYNCHRONIZE; // which nobody has to ask for
     m_shareMode = shareMode;
     m_disposition = disposition;
     m_flags = flags;
