@@ -122,18 +122,6 @@ TEST_F(FileMoveContract, ACopyHasTheAttributesAndTheLastWrite)
     }
 }
 
-TEST_F(FileMoveContract, LargeContentArrivesWhole)
-{
-    std::string content(3'000'001, 0);
-    for (std::size_t i = 0; i < content.size(); ++i)
-    {
-        content[i] = static_cast<char>(i * 7 + (i >> 11));
-    }
-    std::ofstream(directory.Path() / "one", std::ios::binary) << content;
-    ASSERT_EQ(Copy("one", "two", FALSE), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(Content("two"), content);
-}
-
 TEST_F(FileMoveContract, MovesAndTheirRefusals)
 {
     constexpr DWORD replace = MOVEFILE_REPLACE_EXISTING;
