@@ -174,7 +174,7 @@ bool Transplant(const FileName& source, const FileName& target, bool replaces) n
 try
 {
     struct statx facts;
-    if (statx(AT_FDCWD, source.Native(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) != 0)
+    if (!ReadNameFacts(source.Native(), facts))
     {
         return source.Fails(FileOperation::Open) != FALSE;
     }
@@ -192,7 +192,12 @@ try
     {
         return target.Fails(FileOperation::Move) != FALSE;
     }
-    unlink(source.Native()); // or else it stays, as is documented
+    // What has got the name since then stays, and so does the file, as is documented, if it can't be deleted.
+    struct statx left;
+    if (ReadNameFacts(source.Native(), left) && IsSameFile(left, facts))
+    {
+        unlink(source.Native());
+    }
     return true;
 }
 catch (const std::bad_alloc&)

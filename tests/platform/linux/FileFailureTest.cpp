@@ -223,8 +223,15 @@ TEST_F(FileFailures, AFailedMoveToAnotherFileSystemChangesNothing)
         EXPECT_EQ(Content(directory.Path() / "file"), "0123456789");
         EXPECT_TRUE(fs::is_empty(other));
     }
+    std::ofstream(directory.Path() / "new") << "new";
+    ForcedTransfers meanwhile({});
+    meanwhile.AtTransfer = [&] {
+        std::error_code ignored; // of all times but the first
+        fs::rename(directory.Path() / "new", directory.Path() / "file", ignored);
+    };
     EXPECT_TRUE(MoveFileW(Name("file").c_str(), PathFromNative(other / "file").c_str())) << GetLastError();
     EXPECT_EQ(Content(other / "file"), "0123456789");
+    EXPECT_EQ(Content(directory.Path() / "file"), "new") << "what took the name meanwhile stays";
     fs::remove_all(other);
 }
 

@@ -30,8 +30,12 @@ std::size_t ForcedTransfers::Left() const noexcept
     return m_steps.size() - m_done;
 }
 
-long ForcedTransfers::Allow(std::size_t size) noexcept
+long ForcedTransfers::Allow(std::size_t size)
 {
+    if (t_current != nullptr && t_current->AtTransfer)
+    {
+        t_current->AtTransfer();
+    }
     if (t_current == nullptr || t_current->Left() == 0)
     {
         return static_cast<long>(size);

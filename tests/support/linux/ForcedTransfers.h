@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace Quoll::Tests
@@ -22,8 +23,10 @@ public:
 
     std::size_t Left() const noexcept; ///< steps that no call has come for
 
+    std::function<void()> AtTransfer; ///< what happens just before each call
+
     /// For the calls: how much of `size` may be done; -1 with errno set for a failure.
-    static long Allow(std::size_t size) noexcept;
+    static long Allow(std::size_t size);
 
 private:
     std::vector<int> m_steps;
