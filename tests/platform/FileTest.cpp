@@ -356,6 +356,13 @@ TEST_F(FileContract, AttributesStay)
     EXPECT_EQ(Attributes("file"), marks);
     EXPECT_EQ(Try("new", GENERIC_WRITE, CREATE_NEW, FILE_ATTRIBUTE_HIDDEN), "ok");
     EXPECT_EQ(Attributes("new"), DWORD{FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE});
+    for (const DWORD mark : {FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_SYSTEM})
+    {
+        const DWORD attributes = mark | FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE;
+        EXPECT_TRUE(SetAttributes("new", attributes)) << GetLastError();
+        EXPECT_EQ(Attributes("new"), attributes);
+    }
+    EXPECT_TRUE(SetAttributes("new", 0));
     if (IsWine())
     {
         GTEST_SKIP() << "Wine keeps no others, always sets ARCHIVE, and replaces hidden files";

@@ -1,5 +1,6 @@
 #include "platform/linux/FileAttributes.h"
 
+#include "platform/linux/Descriptor.h"
 #include "platform/linux/ErrnoTable.h"
 #include "platform/linux/FileName.h"
 
@@ -73,14 +74,8 @@ bool StoreMask(FilePlace place, DWORD wanted, DWORD byDefault) noexcept
     return stored == 0 || (errno == EOPNOTSUPP && wanted == 0); // ARCHIVE stays where nothing can be kept
 }
 
-bool StoreReadOnly(FilePlace place, const struct statx& facts, bool readOnly) noexcept
+bool StoreMode(FilePlace place, mode_t mode) noexcept
 {
-    if (!S_ISREG(facts.stx_mode) || IsReadOnly(facts) == readOnly)
-    {
-        return true;
-    }
-    const mode_t writing = S_IWUSR | S_IWGRP | S_IWOTH;
-    const mode_t mode = readOnly ? facts.stx_mode & ~writing : facts.stx_mode | S_IWUSR;
     return (place.path != nullptr ? chmod(place.path, mode & 07777) : fchmod(place.descriptor, mode & 07777)) == 0;
 }
 
@@ -105,14 +100,21 @@ bool StoreAttributes(FilePlace place, const struct statx& facts, DWORD attribute
     {
         return Fail(ERROR_ACCESS_DENIED) != FALSE;
     }
-    const DWORD current = ReadAttributes(place, facts);
     const DWORD mask = StoredMask(facts);
-    const bool readOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    const bool changesMask = ((ReadAttributes(place, facts) ^ attributes) & mask) != 0;
+    const bool wasReadOnly = IsReadOnly(facts);
+    const bool isReadOnly = S_ISREG(facts.stx_mode) && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     // The extended attribute can be written only as long as the file can.
-    const bool done =
-        (readOnly || StoreReadOnly(place, facts, false)) &&
-        (((current ^ attributes) & mask) == 0 || StoreMask(place, attributes & mask, StoredByDefault(facts))) &&
-        (!readOnly || StoreReadOnly(place, facts, true));
+    const bool opens = wasReadOnly && (changesMask || !isReadOnly);
+    bool done = (!opens || StoreMode(place, facts.stx_mode | S_IWUSR)) &&
+                (!changesMask || StoreMask(place, attributes & mask, StoredByDefault(facts)));
+    const int failure = done ? 0 : errno;
+    if ((done ? isReadOnly : wasReadOnly) && (opens || !wasReadOnly))
+    {
+        constexpr mode_t writing = S_IWUSR | S_IWGRP | S_IWOTH;
+        done = StoreMode(place, facts.stx_mode & ~writing) && done;
+    }
+    errno = failure != 0 ? failure : errno;
     return done || FailWithErrno() != FALSE;
 }
 
@@ -162,10 +164,22 @@ BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS level, LPVOID dat
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept
 {
     FileName file;
-    struct statx facts;
-    if (!FindFile(name, file, facts))
+    if (!file.Parse(name))
     {
         return FALSE;
     }
-    return StoreAttributes(file.Native(), facts, attributes) ? TRUE : FALSE;
+    // What changes is the file that was looked at, wherever its name leads by then.
+    const Descriptor found(open(file.Native(), O_PATH | O_CLOEXEC));
+    if (!found)
+    {
+        return file.Fails(FileOperation::Open);
+    }
+    struct statx facts;
+    std::array<char, 32> place{};
+    std::snprintf(place.data(), place.size(), "/proc/self/fd/%d", found.Get());
+    if (!ReadFacts(found.Get(), facts))
+    {
+        return FailWithErrno();
+    }
+    return StoreAttributes(place.data(), facts, attributes) ? TRUE : FALSE;
 }
