@@ -5,7 +5,7 @@
 // L. Schneider, "Euclidean affine functions and their application to calendar algorithms", 2021).
 #pragma once
 
-#include <windows.h>
+#include <win32/types.h>
 
 #include <cstdint>
 

@@ -31,17 +31,6 @@ LONG CompareFileTime(const FILETIME* first, const FILETIME* second) noexcept
     return (one > other ? 1 : 0) - (one < other ? 1 : 0);
 }
 
-BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) noexcept
-{
-    const std::uint64_t ticks = Ticks(*fileTime);
-    if (ticks > MaximumTicks)
-    {
-        return Fail(ERROR_INVALID_PARAMETER);
-    }
-    *time = TicksToSystemTime(ticks);
-    return TRUE;
-}
-
 BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) noexcept
 {
     if (!IsValid(*time))

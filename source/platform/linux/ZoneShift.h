@@ -3,6 +3,8 @@
 
 #include "platform/linux/Calendar.h"
 
+#include <windows.h>
+
 namespace Quoll::Platform
 {
 

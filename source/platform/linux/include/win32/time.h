@@ -1,7 +1,12 @@
 // Pauses, clocks, calendar, zones, and identities of the caller.
 #pragma once
 
+#include "errors.h"
 #include "types.h"
+
+#include "platform/linux/Calendar.h"
+
+#include <cstdint>
 
 constexpr DWORD TIME_ZONE_ID_UNKNOWN = 0;
 constexpr DWORD TIME_ZONE_ID_STANDARD = 1;
@@ -40,7 +45,7 @@ extern "C"
 
     // A file time with the highest bit set, and fields that name no moment of the years 1601 to 30827,
     // are ERROR_INVALID_PARAMETER; nothing is written then. The day of the week isn't read.
-    BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) noexcept;
+    inline BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) noexcept;
     BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) noexcept;
 
     /// The zone is that of TZ, as the C library understands it: a file's name in the system's zone
@@ -64,4 +69,17 @@ extern "C"
                                          SYSTEMTIME* local) noexcept;
     BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* local,
                                          SYSTEMTIME* universal) noexcept;
+}
+
+// Here, so that a caller pays for no field that it doesn't read.
+inline BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) noexcept
+{
+    const std::uint64_t ticks = std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime;
+    if (ticks > Quoll::Platform::MaximumTicks)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *time = Quoll::Platform::TicksToSystemTime(ticks);
+    return TRUE;
 }
