@@ -6,6 +6,8 @@
 #include "Quoll/StringUtilities.h"
 #include "core/Handles.h"
 
+#include <platform/file_probe.h>
+
 #include <windows.h>
 
 #include <chrono>
@@ -24,13 +26,13 @@ using FileHandle = std::unique_ptr<void, FileHandleDeleter>;
 
 bool HasAttributes(const WString& path, DWORD set, DWORD clear) noexcept
 {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    const DWORD attributes = Platform::ProbeAttributes(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & (set | clear)) == set;
 }
 
 bool QueryFile(const WString& path, WIN32_FILE_ATTRIBUTE_DATA& data) noexcept
 {
-    return ::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) != FALSE;
+    return Platform::ProbeFile(path.c_str(), data) != FALSE;
 }
 
 WIN32_FILE_ATTRIBUTE_DATA GetFileData(const WString& path)

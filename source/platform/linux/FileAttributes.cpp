@@ -4,6 +4,8 @@
 #include "platform/linux/ErrnoTable.h"
 #include "platform/linux/FileName.h"
 
+#include <platform/file_probe.h>
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -127,7 +129,43 @@ bool FindFile(LPCWSTR name, FileName& file, struct statx& facts) noexcept
     return file.Parse(name) && (ReadFacts(file.Native(), facts) || file.Fails(FileOperation::Open) != FALSE);
 }
 
+DWORD AttributesOfMode(const struct statx& facts) noexcept
+{
+    return CanHoldAttributes(facts) ? Assemble(facts, 0) : FILE_ATTRIBUTE_DEVICE;
+}
+
+WIN32_FILE_ATTRIBUTE_DATA Describe(const struct statx& facts, DWORD attributes) noexcept
+{
+    const std::uint64_t size = IsFolder(facts) ? 0 : facts.stx_size;
+    return {.dwFileAttributes = attributes,
+            .ftCreationTime = CreationTime(facts),
+            .ftLastAccessTime = ToFileTime(facts.stx_atime),
+            .ftLastWriteTime = ToFileTime(facts.stx_mtime),
+            .nFileSizeHigh = static_cast<DWORD>(size >> 32),
+            .nFileSizeLow = static_cast<DWORD>(size)};
+}
+
 } // namespace
+
+DWORD ProbeAttributes(LPCWSTR name) noexcept
+{
+    FileName file;
+    struct statx facts;
+    return FindFile(name, file, facts) ? AttributesOfMode(facts) : INVALID_FILE_ATTRIBUTES;
+}
+
+BOOL ProbeFile(LPCWSTR name, WIN32_FILE_ATTRIBUTE_DATA& data) noexcept
+{
+    FileName file;
+    struct statx facts;
+    if (!FindFile(name, file, facts))
+    {
+        return FALSE;
+    }
+    data = Describe(facts, AttributesOfMode(facts));
+    return TRUE;
+}
+
 } // namespace Quoll::Platform
 
 using namespace Quoll::Platform;
@@ -151,13 +189,7 @@ BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS level, LPVOID dat
     {
         return FALSE;
     }
-    const std::uint64_t size = IsFolder(facts) ? 0 : facts.stx_size;
-    *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data) = {.dwFileAttributes = ReadAttributes(file.Native(), facts),
-                                                      .ftCreationTime = CreationTime(facts),
-                                                      .ftLastAccessTime = ToFileTime(facts.stx_atime),
-                                                      .ftLastWriteTime = ToFileTime(facts.stx_mtime),
-                                                      .nFileSizeHigh = static_cast<DWORD>(size >> 32),
-                                                      .nFileSizeLow = static_cast<DWORD>(size)};
+    *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data) = Describe(facts, ReadAttributes(file.Native(), facts));
     return TRUE;
 }
 
