@@ -6,6 +6,7 @@
 #include "filesystem/TextSource.h"
 #include "filesystem/TextWriter.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace Quoll::Utilities
@@ -22,12 +23,30 @@ struct IsFeed
     }
 };
 
+// How many lines there are if the whole file is like its first block, which it need not be: so no more than
+// text of that size has when its lines are short, and than there is always room for.
+std::size_t GuessLines(std::size_t linesOfBlock, std::size_t unitsOfBlock, std::uint64_t bytes)
+{
+    constexpr std::uint64_t shortLine = 16;
+    constexpr std::uint64_t most = std::uint64_t{1} << 20;
+    const std::uint64_t lineSize = unitsOfBlock / (linesOfBlock + 1);
+    return static_cast<std::size_t>(std::min(bytes / std::max(lineSize, shortLine), most));
+}
+
 std::vector<WString> CollectLines(TextReader& reader, LineRule rule)
 {
     std::vector<WString> lines;
     LineCollector collector(lines, rule);
-    for (WStringView units = reader.Next(); !units.empty() && collector.Take(units); units = reader.Next())
+    WStringView units = reader.Next();
+    bool goesOn = !units.empty() && collector.Take(units);
+    if (goesOn)
     {
+        lines.reserve(GuessLines(lines.size(), units.size(), reader.Size()));
+    }
+    while (goesOn)
+    {
+        units = reader.Next();
+        goesOn = !units.empty() && collector.Take(units);
     }
     collector.Finish();
     return lines;

@@ -11,7 +11,8 @@ namespace Quoll::Utilities
 namespace
 {
 
-constexpr std::size_t BLOCK = std::size_t{64} * 1024;
+// Large enough for the host to keep the file's content in large pieces, small enough for the processor's cache.
+constexpr std::size_t BLOCK = std::size_t{256} * 1024;
 
 } // namespace
 
