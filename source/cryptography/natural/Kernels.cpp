@@ -1,0 +1,33 @@
+#include "cryptography/natural/Kernels.h"
+
+namespace Quoll::Natural
+{
+
+namespace
+{
+
+struct PlainRow
+{
+    static Limb Multiply(Limb* out, const Limb* a, std::size_t count, Limb factor) noexcept
+    {
+        return MultiplyRow(out, a, count, factor);
+    }
+    static Limb AddProduct(Limb* out, const Limb* a, std::size_t count, Limb factor) noexcept
+    {
+        return Natural::AddProduct(out, a, count, factor);
+    }
+};
+
+} // namespace
+
+const std::vector<Kernel>& Kernels()
+{
+    static const std::vector<Kernel> kernels = [] {
+        std::vector<Kernel> list{RowKernel<PlainRow>::Make("plain")};
+        AddAdxKernel(list);
+        return list;
+    }();
+    return kernels;
+}
+
+} // namespace Quoll::Natural
