@@ -1,7 +1,7 @@
 // Bits and powers.
-#include "cryptography/BitList.h"
 #include "cryptography/HugeIntegerAccess.h"
 #include "cryptography/HugeIntegerDivision.h"
+#include "cryptography/natural/BitList.h"
 #include "cryptography/natural/Power.h"
 
 namespace Quoll::Utilities
@@ -11,7 +11,7 @@ using Natural::Number;
 
 std::vector<unsigned char> HugeInteger::toBinary()
 {
-    return BitList(Natural::FromDigits(m_digits));
+    return Natural::BitList(Natural::FromDigits(m_digits));
 }
 
 // The last step is made apart: how often the modulus fits in there shows in the block size.

@@ -1,9 +1,9 @@
 // Decryption.
 #include "Quoll/RSACrypt.h"
 
-#include "cryptography/BitList.h"
 #include "cryptography/HugeIntegerAccess.h"
 #include "cryptography/HugeIntegerDivision.h"
+#include "cryptography/natural/BitList.h"
 #include "cryptography/natural/Power.h"
 
 #include <algorithm>
@@ -57,7 +57,7 @@ class Decryption
 {
 public:
     explicit Decryption(const RSACryptKey& key)
-        : m_bits(BitList(Access::Magnitude(key.exponent)))
+        : m_bits(Natural::BitList(Access::Magnitude(key.exponent)))
         , m_modulus(Access::Magnitude(key.modulus))
         , m_isModulusPositive(Access::IsPositive(key.modulus))
     {
