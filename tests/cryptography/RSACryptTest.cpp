@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <optional>
 #include <random>
 #include <stdexcept>
 
@@ -77,21 +76,6 @@ std::string Encrypted(const std::string& bytes, RSACryptKey key, unsigned size)
     return std::string(2 * size - text.size(), '0') + text;
 }
 
-// The bytes by the plain steps; none if the number is corrupt.
-std::optional<std::string> Unpacked(Ref m)
-{
-    std::string bytes;
-    const Ref thousand("1000");
-    while (m.digits.size() > 3)
-    {
-        const Ref t = m;
-        m = Divide(Ref(m).Strip(), thousand);
-        const Ref group = Add(t, Multiply(m, thousand).Turned());
-        bytes.insert(bytes.begin(), static_cast<char>(std::stoi(group.Text())));
-    }
-    return m == Ref("1") ? std::optional(bytes) : std::nullopt;
-}
-
 TEST(RSACrypt, UnpacksAsThePlainStepsDo)
 {
     std::mt19937 random(3);
@@ -106,7 +90,7 @@ TEST(RSACrypt, UnpacksAsThePlainStepsDo)
         {
             text += static_cast<char>('0' + (random() % 3 == 0 ? random() % 10 : more % 3 == 1));
         }
-        const auto expected = Unpacked(Ref(text));
+        const auto expected = UnpackBytes(Ref(text));
         const auto decrypt = [&] {
             return Rsa::DecryptString(text, same, 50);
         };

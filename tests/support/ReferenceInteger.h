@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -293,6 +294,21 @@ inline Ref Coefficient(Ref m, Ref n)
         m = n;
         n = r;
     }
+}
+
+// The bytes of a decrypted number; none if it is corrupt.
+inline std::optional<std::string> UnpackBytes(Ref m)
+{
+    std::string bytes;
+    const Ref thousand("1000");
+    while (m.digits.size() > 3)
+    {
+        const Ref t = m;
+        m = Divide(Ref(m).Strip(), thousand);
+        const Ref group = Add(t, Multiply(m, thousand).Turned());
+        bytes.insert(bytes.begin(), static_cast<char>(std::stoi(group.Text())));
+    }
+    return m == Ref("1") ? std::optional(bytes) : std::nullopt;
 }
 
 } // namespace Quoll::Tests
