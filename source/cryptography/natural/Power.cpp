@@ -50,8 +50,8 @@ Montgomery::Montgomery(const Number& modulus)
 
 Montgomery::Residue Montgomery::Enter(const Number& number) const
 {
-    Residue residue = number;
-    residue.resize(m_modulus.size());
+    Residue residue(m_modulus.size());
+    std::copy(number.begin(), number.end(), residue.begin());
     Multiply(residue, m_squaredRadix);
     return residue;
 }
