@@ -87,17 +87,16 @@ HugeInteger HugeInteger::operator%(const HugeInteger& divisor)
 HugeInteger HugeInteger::getMaxDiviser(HugeInteger other)
 {
     HugeInteger a(*this);
-    HugeInteger b(other);
-    while (b != 0)
+    while (other != 0)
     {
-        if (IsPlain(a) && IsPlain(b))
+        if (IsPlain(a) && IsPlain(other))
         {
             return GreatestDivisor({HugeIntegerAccess::Magnitude(a), a.m_blockSize},
-                                   {HugeIntegerAccess::Magnitude(b), b.m_blockSize});
+                                   {HugeIntegerAccess::Magnitude(other), other.m_blockSize});
         }
-        const HugeInteger rest = a % b;
-        a = b;
-        b = rest;
+        const HugeInteger rest = a % other;
+        a = other;
+        other = rest;
     }
     a.m_positive = true;
     return a;

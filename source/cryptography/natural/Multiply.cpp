@@ -45,7 +45,7 @@ void SquarePlain(Limb* out, const Limb* a, std::size_t count) noexcept
 
 constexpr std::size_t ScratchFor(std::size_t count) noexcept
 {
-    return 4 * count + 4 * LimbBits;
+    return 4 * count + 256; // a limb more at each of the levels, of which there are fewer than 64
 }
 
 // out = |low - high| of a number's halves; whether the high half is the greater one. The high half may be one limb
