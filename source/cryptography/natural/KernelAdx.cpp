@@ -4,29 +4,31 @@
 
 #if defined(__x86_64__)
 
+#include <immintrin.h>
+
 namespace Quoll::Natural
 {
 
 namespace
 {
 
-// One limb: the product's low half, the high half of the one before, and what stands there.
-#define QUOLL_ADX_STEP(AT, HIGH, BEFORE)                                                                               \
+// One limb: the product's low half, the high half of the one before, and what stands there, if it is to be added.
+#define QUOLL_ADX_ADD(AT) "adox " #AT "(%[out]), %[low]\n\t"
+#define QUOLL_ADX_PUT(AT)
+#define QUOLL_ADX_STEP(OUT, AT, HIGH, BEFORE)                                                                          \
     "mulx " #AT "(%[a]), %[low], %[" HIGH "]\n\t"                                                                      \
-    "adcx %[" BEFORE "], %[low]\n\t"                                                                                   \
-    "adox " #AT "(%[out]), %[low]\n\t"                                                                                 \
-    "movq %[low], " #AT "(%[out])\n\t"
+    "adcx %[" BEFORE "], %[low]\n\t" OUT(AT) "movq %[low], " #AT "(%[out])\n\t"
 
-#define QUOLL_ADX_STEPS_1 QUOLL_ADX_STEP(0, "odd", "even")
-#define QUOLL_ADX_STEPS_2 QUOLL_ADX_STEPS_1 QUOLL_ADX_STEP(8, "even", "odd")
-#define QUOLL_ADX_STEPS_3 QUOLL_ADX_STEPS_2 QUOLL_ADX_STEP(16, "odd", "even")
-#define QUOLL_ADX_STEPS_4 QUOLL_ADX_STEPS_3 QUOLL_ADX_STEP(24, "even", "odd")
-#define QUOLL_ADX_STEPS_5 QUOLL_ADX_STEPS_4 QUOLL_ADX_STEP(32, "odd", "even")
-#define QUOLL_ADX_STEPS_6 QUOLL_ADX_STEPS_5 QUOLL_ADX_STEP(40, "even", "odd")
-#define QUOLL_ADX_STEPS_7 QUOLL_ADX_STEPS_6 QUOLL_ADX_STEP(48, "odd", "even")
-#define QUOLL_ADX_STEPS_8 QUOLL_ADX_STEPS_7 QUOLL_ADX_STEP(56, "even", "odd")
+#define QUOLL_ADX_STEPS_1(OUT) QUOLL_ADX_STEP(OUT, 0, "odd", "even")
+#define QUOLL_ADX_STEPS_2(OUT) QUOLL_ADX_STEPS_1(OUT) QUOLL_ADX_STEP(OUT, 8, "even", "odd")
+#define QUOLL_ADX_STEPS_3(OUT) QUOLL_ADX_STEPS_2(OUT) QUOLL_ADX_STEP(OUT, 16, "odd", "even")
+#define QUOLL_ADX_STEPS_4(OUT) QUOLL_ADX_STEPS_3(OUT) QUOLL_ADX_STEP(OUT, 24, "even", "odd")
+#define QUOLL_ADX_STEPS_5(OUT) QUOLL_ADX_STEPS_4(OUT) QUOLL_ADX_STEP(OUT, 32, "odd", "even")
+#define QUOLL_ADX_STEPS_6(OUT) QUOLL_ADX_STEPS_5(OUT) QUOLL_ADX_STEP(OUT, 40, "even", "odd")
+#define QUOLL_ADX_STEPS_7(OUT) QUOLL_ADX_STEPS_6(OUT) QUOLL_ADX_STEP(OUT, 48, "odd", "even")
+#define QUOLL_ADX_STEPS_8(OUT) QUOLL_ADX_STEPS_7(OUT) QUOLL_ADX_STEP(OUT, 56, "even", "odd")
 
-// So many limbs of out += a * factor + carry; the carry is then the limb above.
+// So many limbs of out += a * factor + carry, or out = ...; the carry is then the limb above.
 #define QUOLL_ADX_ROW(STEPS, LAST)                                                                                     \
     {                                                                                                                  \
         Limb even = carry;                                                                                             \
@@ -41,48 +43,94 @@ namespace
         carry = LAST;                                                                                                  \
     }
 
+#define QUOLL_ADX_ROWS(OUT)                                                                                            \
+    Limb carry = 0;                                                                                                    \
+    for (; count >= 8; count -= 8, out += 8, a += 8)                                                                   \
+    {                                                                                                                  \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_8(OUT), even)                                                                    \
+    }                                                                                                                  \
+    switch (count)                                                                                                     \
+    {                                                                                                                  \
+    case 1:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_1(OUT), odd)                                                                     \
+        break;                                                                                                         \
+    case 2:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_2(OUT), even)                                                                    \
+        break;                                                                                                         \
+    case 3:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_3(OUT), odd)                                                                     \
+        break;                                                                                                         \
+    case 4:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_4(OUT), even)                                                                    \
+        break;                                                                                                         \
+    case 5:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_5(OUT), odd)                                                                     \
+        break;                                                                                                         \
+    case 6:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_6(OUT), even)                                                                    \
+        break;                                                                                                         \
+    case 7:                                                                                                            \
+        QUOLL_ADX_ROW(QUOLL_ADX_STEPS_7(OUT), odd)                                                                     \
+        break;                                                                                                         \
+    default:                                                                                                           \
+        break;                                                                                                         \
+    }                                                                                                                  \
+    return carry;
+
 struct AdxRow
 {
     [[gnu::always_inline]] static inline Limb AddProduct(Limb* out, const Limb* a, std::size_t count,
                                                          Limb factor) noexcept
     {
-        Limb carry = 0;
-        for (; count >= 8; count -= 8, out += 8, a += 8)
+        QUOLL_ADX_ROWS(QUOLL_ADX_ADD)
+    }
+
+    [[gnu::always_inline]] static inline Limb Multiply(Limb* out, const Limb* a, std::size_t count,
+                                                       Limb factor) noexcept
+    {
+        QUOLL_ADX_ROWS(QUOLL_ADX_PUT)
+    }
+
+    static Limb Add(Limb* out, const Limb* a, const Limb* b, std::size_t count) noexcept
+    {
+        unsigned char carry = 0;
+        std::size_t i = 0;
+        for (; i + 4 <= count; i += 4)
         {
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_8, even)
+            carry = AddCarry(carry, a[i], b[i], out[i]);
+            carry = AddCarry(carry, a[i + 1], b[i + 1], out[i + 1]);
+            carry = AddCarry(carry, a[i + 2], b[i + 2], out[i + 2]);
+            carry = AddCarry(carry, a[i + 3], b[i + 3], out[i + 3]);
         }
-        switch (count)
+        for (; i < count; ++i)
         {
-        case 1:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_1, odd)
-            break;
-        case 2:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_2, even)
-            break;
-        case 3:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_3, odd)
-            break;
-        case 4:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_4, even)
-            break;
-        case 5:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_5, odd)
-            break;
-        case 6:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_6, even)
-            break;
-        case 7:
-            QUOLL_ADX_ROW(QUOLL_ADX_STEPS_7, odd)
-            break;
-        default:
-            break;
+            carry = AddCarry(carry, a[i], b[i], out[i]);
         }
         return carry;
     }
 
-    static Limb Multiply(Limb* out, const Limb* a, std::size_t count, Limb factor) noexcept
+    static void DoubleAndAddSquares(Limb* wide, const Limb* a, std::size_t count) noexcept
     {
-        return MultiplyRow(out, a, count, factor);
+        Limb doubled = 0;
+        unsigned char carry = 0;
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const Wide square = static_cast<Wide>(a[i]) * a[i];
+            const Limb low = wide[2 * i];
+            const Limb high = wide[2 * i + 1];
+            carry = AddCarry(carry, low << 1 | doubled, LowOf(square), wide[2 * i]);
+            carry = AddCarry(carry, high << 1 | low >> (LimbBits - 1), HighOf(square), wide[2 * i + 1]);
+            doubled = high >> (LimbBits - 1);
+        }
+    }
+
+private:
+    [[gnu::always_inline]] static inline unsigned char AddCarry(unsigned char carry, Limb a, Limb b, Limb& out) noexcept
+    {
+        unsigned long long sum = 0;
+        carry = _addcarry_u64(carry, a, b, &sum);
+        out = sum;
+        return carry;
     }
 };
 

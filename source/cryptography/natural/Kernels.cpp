@@ -16,6 +16,14 @@ struct PlainRow
     {
         return Natural::AddProduct(out, a, count, factor);
     }
+    static Limb Add(Limb* out, const Limb* a, const Limb* b, std::size_t count) noexcept
+    {
+        return AddRows(out, a, b, count);
+    }
+    static void DoubleAndAddSquares(Limb* wide, const Limb* a, std::size_t count) noexcept
+    {
+        Natural::DoubleAndAddSquares(wide, a, count);
+    }
 };
 
 } // namespace

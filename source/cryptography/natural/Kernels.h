@@ -27,7 +27,8 @@ const std::vector<Kernel>& Kernels();
 // Adds its variant if this processor can run it.
 void AddAdxKernel(std::vector<Kernel>& kernels);
 
-// Made of Row::Multiply and Row::AddProduct, which do what MultiplyRow and AddProduct do.
+// Made of Row::Multiply and Row::AddProduct, which do what MultiplyRow and AddProduct do, of Row::Add, which is
+// AddRows, and of Row::DoubleAndAddSquares: wide = 2 * wide + the squares of a's limbs, each in its place.
 template<class Row>
 struct RowKernel
 {
@@ -49,19 +50,7 @@ struct RowKernel
         {
             wide[count + i] = Row::AddProduct(wide + 2 * i + 1, a + i + 1, count - i - 1, a[i]);
         }
-        Limb doubled = 0;
-        Limb carry = 0;
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            const Wide square = static_cast<Wide>(a[i]) * a[i];
-            const Wide low = static_cast<Wide>(wide[2 * i] << 1 | doubled) + LowOf(square) + carry;
-            doubled = wide[2 * i] >> (LimbBits - 1);
-            const Wide high = static_cast<Wide>(wide[2 * i + 1] << 1 | doubled) + HighOf(square) + HighOf(low);
-            doubled = wide[2 * i + 1] >> (LimbBits - 1);
-            wide[2 * i] = LowOf(low);
-            wide[2 * i + 1] = LowOf(high);
-            carry = HighOf(high);
-        }
+        Row::DoubleAndAddSquares(wide, a, count);
     }
 
     // Each row makes the lowest limb zero; what it carries waits there until all are added at once.
@@ -71,7 +60,7 @@ struct RowKernel
         {
             wide[i] = Row::AddProduct(wide + i, modulus, count, wide[i] * inverse);
         }
-        const Limb carry = AddRows(out, wide + count, wide, count);
+        const Limb carry = Row::Add(out, wide + count, wide, count);
         if (carry != 0 || CompareRows(out, modulus, count) >= 0)
         {
             SubtractRows(out, out, modulus, count);

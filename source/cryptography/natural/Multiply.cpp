@@ -28,19 +28,7 @@ void SquarePlain(Limb* out, const Limb* a, std::size_t count) noexcept
     {
         out[count + i] = AddProduct(out + 2 * i + 1, a + i + 1, count - i - 1, a[i]);
     }
-    Limb doubled = 0;
-    Limb carry = 0;
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        const Wide square = static_cast<Wide>(a[i]) * a[i];
-        const Wide low = static_cast<Wide>(out[2 * i] << 1 | doubled) + LowOf(square) + carry;
-        doubled = out[2 * i] >> (LimbBits - 1);
-        const Wide high = static_cast<Wide>(out[2 * i + 1] << 1 | doubled) + HighOf(square) + HighOf(low);
-        doubled = out[2 * i + 1] >> (LimbBits - 1);
-        out[2 * i] = LowOf(low);
-        out[2 * i + 1] = LowOf(high);
-        carry = HighOf(high);
-    }
+    DoubleAndAddSquares(out, a, count);
 }
 
 constexpr std::size_t ScratchFor(std::size_t count) noexcept

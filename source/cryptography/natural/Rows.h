@@ -109,6 +109,24 @@ inline Limb SubtractProduct(Limb* out, const Limb* a, std::size_t count, Limb fa
     return borrow;
 }
 
+/// wide = 2 * wide + the squares of a's limbs, each in its place; wide has twice as many limbs.
+inline void DoubleAndAddSquares(Limb* wide, const Limb* a, std::size_t count) noexcept
+{
+    Limb doubled = 0;
+    Limb carry = 0;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const Wide square = static_cast<Wide>(a[i]) * a[i];
+        const Wide low = static_cast<Wide>(wide[2 * i] << 1 | doubled) + LowOf(square) + carry;
+        doubled = wide[2 * i] >> (LimbBits - 1);
+        const Wide high = static_cast<Wide>(wide[2 * i + 1] << 1 | doubled) + HighOf(square) + HighOf(low);
+        doubled = wide[2 * i + 1] >> (LimbBits - 1);
+        wide[2 * i] = LowOf(low);
+        wide[2 * i + 1] = LowOf(high);
+        carry = HighOf(high);
+    }
+}
+
 /// Negative, zero or positive as a is below, equal to or above b.
 inline int CompareRows(const Limb* a, const Limb* b, std::size_t count) noexcept
 {
