@@ -78,10 +78,8 @@ template<std::size_t Count>
     {
         const Opening& opening = *openings[i];
         const std::uint32_t b = opening.b ^ last[i] << 25;
-        const std::uint32_t right = opening.right ^ schedule.tables[0][b >> 24];
-        const std::uint32_t sum = opening.left + right;
-        blocks[i] = {std::rotr(opening.c ^ (sum + schedule.subkeys[10]), 1),
-                     std::rotl(opening.d, 1) ^ (sum + right + schedule.subkeys[11]), opening.a, b};
+        blocks[i] = {opening.c, opening.d, opening.a, b};
+        Join(schedule, 1, opening.left, opening.right ^ schedule.tables[0][b >> 24], blocks[i][0], blocks[i][1]);
     }
     for (unsigned round = 2; round < LastRound; round += 2)
     {
@@ -135,7 +133,8 @@ void EncryptWithTables(const Schedule& schedule, const Register& start, std::spa
             const std::array<unsigned, 3> keys =
                 Close<3>(schedule, {&openings[bit], &next, &next}, {out, 2 * out, 2 * out + 1});
             const unsigned first = (byte >> (7 - bit) & 1u) ^ keys[0];
-            const unsigned second = (byte >> (6 - bit) & 1u) ^ (first != 0 ? keys[2] : keys[1]);
+            // No branch: it would be mistaken every other time.
+            const unsigned second = (byte >> (6 - bit) & 1u) ^ ((keys[1] & ~first) | (keys[2] & first));
             out = 4 * out + 2 * first + second;
         }
         byte = static_cast<std::uint8_t>(out);
@@ -145,22 +144,23 @@ void EncryptWithTables(const Schedule& schedule, const Register& start, std::spa
 
 void DecryptWithTables(const Schedule& schedule, const Register& start, std::span<std::uint8_t> data) noexcept
 {
-    constexpr unsigned Together = 2;
     Window window = Window::Of(start);
     Openings openings;
     for (std::uint8_t& byte : data)
     {
         OpenAll(schedule, window, openings);
-        unsigned out = 0;
-        for (unsigned bit = 0; bit < 8; bit += Together)
+        const unsigned in = byte;
+        unsigned key = 0;
+        for (unsigned bit = 0; bit < 8; bit += 4)
         {
-            const std::array<unsigned, Together> keys =
-                Close<Together>(schedule, {&openings[bit], &openings[bit + 1]},
-                                {static_cast<unsigned>(byte >> (8 - bit)), static_cast<unsigned>(byte >> (7 - bit))});
-            out = 4 * out + 2 * keys[0] + keys[1];
+            const Opening* const from = &openings[bit];
+            const std::array<unsigned, 4> keys =
+                Close<4>(schedule, {from, from + 1, from + 2, from + 3},
+                         {in >> (8 - bit), in >> (7 - bit), in >> (6 - bit), in >> (5 - bit)});
+            key = 16 * key + 8 * keys[0] + 4 * keys[1] + 2 * keys[2] + keys[3];
         }
         window.Append(byte);
-        byte = static_cast<std::uint8_t>(byte ^ out);
+        byte = static_cast<std::uint8_t>(in ^ key);
     }
 }
 
