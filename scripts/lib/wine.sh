@@ -9,9 +9,11 @@ start_wine() {
     export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d"
     unset DISPLAY WAYLAND_DISPLAY
     trap stop_wine EXIT
+    [ -e "$WINEPREFIX/ready" ] || rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    # One server for all programs: one that ends behind the last of them takes along who comes at that moment.
+    wineserver -p >/dev/null 2>&1 </dev/null || true # it may be there already
     if [ ! -e "$WINEPREFIX/ready" ]; then
-        rm -rf "$WINEPREFIX"
-        mkdir -p "$WINEPREFIX"
         timeout 300 wineboot -i >"$WINEPREFIX.log" 2>&1 </dev/null
         # Debian's default is an older Windows.
         timeout 60 wine winecfg /v win10 >>"$WINEPREFIX.log" 2>&1 </dev/null
