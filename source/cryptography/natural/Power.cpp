@@ -19,23 +19,23 @@ const Kernel& Best() noexcept
     return best;
 }
 
-// -1 / modulus modulo 2^64: each step doubles the number of right bits, of which an odd number itself has three.
-Limb NegativeInverse(Limb modulus) noexcept
-{
-    Limb inverse = modulus;
-    for (int bits = 3; bits < 64; bits *= 2)
-    {
-        inverse *= 2 - modulus * inverse;
-    }
-    return ~inverse + 1;
-}
-
 std::size_t WindowFor(std::size_t bits) noexcept
 {
     return bits > 671 ? 6 : bits > 239 ? 5 : bits > 79 ? 4 : bits > 23 ? 3 : 1;
 }
 
 } // namespace
+
+// Each step doubles the number of right bits, of which an odd number itself has three.
+Limb NegativeInverse(Limb odd) noexcept
+{
+    Limb inverse = odd;
+    for (unsigned bits = 3; bits < LimbBits; bits *= 2)
+    {
+        inverse *= 2 - odd * inverse;
+    }
+    return ~inverse + 1;
+}
 
 Montgomery::Montgomery(const Number& modulus)
     : m_modulus(modulus)
@@ -64,18 +64,6 @@ Number Montgomery::Leave(const Residue& residue) const
     Best().reduce(number.data(), m_wide.data(), m_modulus.data(), m_modulus.size(), m_inverse);
     Trim(number);
     return number;
-}
-
-Montgomery::Residue Montgomery::One() const
-{
-    return Enter({1});
-}
-
-Montgomery::Residue Montgomery::Negative(const Residue& residue) const
-{
-    Residue negative(residue.size());
-    SubtractRows(negative.data(), m_modulus.data(), residue.data(), residue.size());
-    return negative;
 }
 
 void Montgomery::Multiply(Residue& residue, const Residue& factor) const
@@ -148,25 +136,27 @@ typename Residues::Residue Power(const Residues& residues, const typename Residu
 
 template Montgomery::Residue Power(const Montgomery&, const Montgomery::Residue&, Bits);
 template Divided::Residue Power(const Divided&, const Divided::Residue&, Bits);
+template VectorResidues::Residue Power(const VectorResidues&, const VectorResidues::Residue&, Bits);
 
 PowerModulo::PowerModulo(const Number& modulus)
-    : m_modulus(modulus)
+    : m_residues(Divided(modulus))
 {
     const bool isOne = modulus.size() == 1 && modulus.front() == 1;
-    if (modulus.front() % 2 == 1 && !isOne && modulus.size() <= MontgomeryLimbs)
+    if (VectorResidues::IsFor(modulus))
     {
-        m_montgomery.emplace_back(modulus);
+        m_residues.emplace<VectorResidues>(modulus);
+    }
+    else if (modulus.front() % 2 == 1 && !isOne && modulus.size() <= MontgomeryLimbs)
+    {
+        m_residues.emplace<Montgomery>(modulus);
     }
 }
 
 Number PowerModulo::operator()(const Number& base, Bits exponent) const
 {
-    if (m_montgomery.empty())
-    {
-        return Power(Divided(m_modulus), base, exponent);
-    }
-    const Montgomery& residues = m_montgomery.front();
-    return residues.Leave(Power(residues, residues.Enter(base), exponent));
+    return std::visit(
+        [&](const auto& residues) { return residues.Leave(Power(residues, residues.Enter(base), exponent)); },
+        m_residues);
 }
 
 } // namespace Quoll::Natural

@@ -4,9 +4,11 @@
 #pragma once
 
 #include "cryptography/natural/Number.h"
+#include "cryptography/natural/VectorResidues.h"
 
 #include <cstdint>
 #include <span>
+#include <variant>
 
 namespace Quoll::Natural
 {
@@ -14,11 +16,14 @@ namespace Quoll::Natural
 /// Most significant bit first; the first one counts as 1 whatever it is, an empty list as a single 1.
 using Bits = std::span<const std::uint8_t>;
 
+/// -1 / odd modulo 2^64.
+Limb NegativeInverse(Limb odd) noexcept;
+
 /// Residues modulo an odd number above 1 by Montgomery's multiplication. Products take quadratic time.
 class Montgomery
 {
 public:
-    /// As many limbs as the modulus has; equal residues are equal.
+    /// As many limbs as the modulus has.
     using Residue = std::vector<Limb>;
 
     explicit Montgomery(const Number& modulus);
@@ -27,8 +32,6 @@ public:
     Residue Enter(const Number& number) const;
     Number Leave(const Residue& residue) const;
 
-    Residue One() const;
-    Residue Negative(const Residue& residue) const;
     void Multiply(Residue& residue, const Residue& factor) const;
     void Square(Residue& residue) const;
 
@@ -57,6 +60,14 @@ public:
     {
         Multiply(residue, residue);
     }
+    static Residue Enter(const Number& number)
+    {
+        return number;
+    }
+    static Number Leave(const Residue& residue)
+    {
+        return residue;
+    }
 
 private:
     Number m_modulus;
@@ -74,8 +85,7 @@ public:
     Number operator()(const Number& base, Bits exponent) const;
 
 private:
-    Number m_modulus;
-    std::vector<Montgomery> m_montgomery; // one or none
+    std::variant<Divided, Montgomery, VectorResidues> m_residues;
 };
 
 } // namespace Quoll::Natural

@@ -57,9 +57,8 @@ Limb SmallPower(Limb base, Limb exponent, Limb modulus) noexcept
 
 Witnesses::Witnesses(const Number& number)
     : m_number(number)
-    , m_residues(number)
-    , m_one(m_residues.One())
-    , m_minusOne(m_residues.Negative(m_one))
+    , m_above(Subtract(number, {1}))
+    , m_power(number)
     , m_bits(BitList(number))
 {
     m_bits.back() = 0;
@@ -114,19 +113,20 @@ bool Witnesses::Pass(const Number& witness) const
     {
         return false;
     }
-    const Number base = Divide(witness, m_number).remainder;
-    Montgomery::Residue power = Power(m_residues, m_residues.Enter(base), m_bits);
+    const Number one{1};
+    Number power = m_power(Divide(witness, m_number).remainder, m_bits);
     const bool isReduced = m_bits.size() > 1 || Compare(witness, m_number) < 0;
-    if (isReduced && (power == m_one || power == m_minusOne))
+    if (isReduced && (power == one || power == m_above))
     {
         return true;
     }
     for (int i = 1; i < m_halvings; ++i)
     {
-        m_residues.Square(power);
-        if (power == m_one || power == m_minusOne)
+        constexpr std::uint8_t two[] = {1, 0};
+        power = m_power(power, two);
+        if (power == one || power == m_above)
         {
-            return power == m_minusOne;
+            return power == m_above;
         }
     }
     return false;

@@ -30,9 +30,8 @@ private:
     bool PassModulo(const Factor& factor, const Number& witness) const noexcept;
 
     Number m_number;
-    Montgomery m_residues;
-    Montgomery::Residue m_one;
-    Montgomery::Residue m_minusOne;
+    Number m_above; // the number - 1
+    PowerModulo m_power;
     std::vector<std::uint8_t> m_bits; // of d
     int m_halvings = 0;               // s
     std::vector<Factor> m_factors;
