@@ -35,7 +35,8 @@ struct HugeIntegerAccess; // the library's own
 /// divisor's block size. Sums of 32 bits wrap.
 ///
 /// **Time.** Sums and comparisons take time in proportion to the digits; products, quotients and the conversions around
-/// them little more than that of a product of such length, which is well below quadratic.
+/// them little more than that of a product of such length, which is well below quadratic; a power takes that for each
+/// bit of the exponent, a greatest common divisor quadratic time.
 class QUOLL_API HugeInteger
 {
 public:
