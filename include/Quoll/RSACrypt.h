@@ -76,7 +76,8 @@ protected:
 
     /// The coefficient t of b in a * s + b * t = gcd(a, b), after Euclid; it may be negative.
     ///
-    /// 1 if b is negative. Made for numbers that are positive; a negative a gives what two steps make of it.
+    /// 1 if b is negative. Made for numbers that are positive; a negative a gives what two steps make of it. Time grows
+    /// with the square of the digits.
     /// @throws MathError  b is zero
     static void extEuclid(const HugeInteger& a, const HugeInteger& b, HugeInteger& result);
 };
