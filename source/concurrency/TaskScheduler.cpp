@@ -2,10 +2,12 @@
 
 #include "concurrency/AwaitedTasks.h"
 
+#include "platform/helper_threads.h"
+
 #include <chrono>
-#include <deque>
+#include <memory>
 #include <system_error>
-#include <thread>
+#include <utility>
 
 namespace Quoll::Utilities
 {
@@ -13,75 +15,33 @@ namespace Quoll::Utilities
 namespace
 {
 
-thread_local bool onPoolThread = false;
 thread_local AwaitedTasks* awaitedTasks = nullptr;
 
-class Pool
+/// A task's place in the queue of the helper threads.
+struct QueuedTask : Platform::HelperWork
 {
-public:
-    // Never destroyed: its threads live as long as the process.
-    static Pool& Instance()
-    {
-        static Pool& pool = *new Pool;
-        return pool;
-    }
-
-    void Add(std::shared_ptr<Detail::TaskWork> work)
-    {
-        {
-            const std::lock_guard lock(m_lock);
-            m_queue.push_back(std::move(work));
-            if (m_queue.size() > m_idle && m_threads < TaskScheduler::MAX_THREADS)
-            {
-                StartThread();
-            }
-        }
-        m_added.notify_one();
-    }
-
-private:
-    // Without a new thread the work waits for one that is there; without any it is refused.
-    void StartThread()
-    {
-        try
-        {
-            std::thread([this] { Serve(); }).detach();
-            ++m_threads;
-        }
-        catch (const std::system_error&)
-        {
-            if (m_threads == 0)
-            {
-                m_queue.pop_back();
-                throw;
-            }
-        }
-    }
-
-    [[noreturn]] void Serve()
-    {
-        onPoolThread = true;
-        std::unique_lock lock(m_lock);
-        for (;;)
-        {
-            ++m_idle;
-            m_added.wait(lock, [this] { return !m_queue.empty(); });
-            --m_idle;
-            auto work = std::move(m_queue.front());
-            m_queue.pop_front();
-            lock.unlock();
-            work->Run();
-            work.reset();
-            lock.lock();
-        }
-    }
-
-    std::mutex m_lock;
-    std::condition_variable m_added;
-    std::deque<std::shared_ptr<Detail::TaskWork>> m_queue;
-    std::size_t m_idle = 0;
-    std::uint32_t m_threads = 0;
+    std::shared_ptr<Detail::TaskWork> task;
 };
+
+void RunAndForget(Platform::HelperWork& work) noexcept
+{
+    const std::unique_ptr<QueuedTask> queued(static_cast<QueuedTask*>(&work));
+    queued->task->Run();
+}
+
+void AddToPool(std::shared_ptr<Detail::TaskWork> task)
+{
+    static_assert(TaskScheduler::MAX_THREADS == Platform::maxHelperThreads);
+    auto queued = std::make_unique<QueuedTask>();
+    queued->run = RunAndForget;
+    queued->task = std::move(task);
+    if (!Platform::SubmitHelperWork(*queued))
+    {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
+    // NOLINTNEXTLINE(bugprone-unused-return-value): it is the queue's now
+    queued.release();
+}
 
 } // namespace
 
@@ -120,7 +80,7 @@ void TaskWork::Run() noexcept
 
 void TaskWork::Wait()
 {
-    if (MayRunAnywhere() || onPoolThread)
+    if (MayRunAnywhere() || Platform::IsHelperThread())
     {
         Run();
     }
@@ -183,7 +143,7 @@ void TaskScheduler::Submit(std::shared_ptr<Detail::TaskWork> work)
         awaited->Add(std::move(work));
         return;
     }
-    Pool::Instance().Add(std::move(work));
+    AddToPool(std::move(work));
 }
 
 AwaitedTasks::AwaitedTasks() noexcept
@@ -203,7 +163,7 @@ AwaitedTasks::~AwaitedTasks()
         }
         try
         {
-            Pool::Instance().Add(work);
+            AddToPool(work);
         }
         catch (const std::exception&)
         {

@@ -1,16 +1,15 @@
 #include "platform/linux/IoThread.h"
 
 #include "platform/linux/Deadline.h"
+#include "platform/linux/DetachedThread.h"
 #include "platform/linux/ErrnoTable.h"
 #include "platform/linux/Fork.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <new>
 
-#include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -63,18 +62,10 @@ bool IoThread::Start() noexcept
     }
     else
     {
-        sigset_t all;
-        sigset_t before;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
-        pthread_t thread{};
         failure =
-            pthread_create(&thread, nullptr, [](void* self) -> void* { static_cast<IoThread*>(self)->Run(); }, this);
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+            StartDetachedThread("quoll-io", [](void* self) -> void* { static_cast<IoThread*>(self)->Run(); }, this);
         if (failure == 0)
         {
-            pthread_setname_np(thread, "quoll-io");
-            pthread_detach(thread);
             NoteOwned(m_poll);
             NoteOwned(m_kick);
             return true;

@@ -1,0 +1,28 @@
+// The layer's helper threads, for all that needs a thread: tasks, work of thread pools, timers.
+//
+// A thread starts when work needs one, blocks all signals, and never ends. Work of each kind starts in the
+// order in which it was submitted. With all of the threads that there may be at work, work waits. The child
+// of a fork has none of them and gets none until it calls exec.
+#pragma once
+
+#include "platform/helper_threads.h"
+
+namespace Quoll::Platform
+{
+
+class HelperThreads
+{
+public:
+    enum class Kind : std::uint8_t
+    {
+        Short, // gets a new thread while there are fewer than processors, then only if no short work has
+               // begun for some milliseconds: a burst makes no crowd, and what blocks holds up nobody
+        Long   // gets a thread of its own at once if none idles
+    };
+
+    /// Queues the work; allocates nothing. False with the last error if there is no thread and none can be
+    /// made, or after a fork: the work isn't queued then.
+    static bool Submit(HelperWork& work, Kind kind) noexcept;
+};
+
+} // namespace Quoll::Platform
