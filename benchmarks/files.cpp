@@ -235,6 +235,10 @@ void RegisterWriting(const Sample& sample)
         PlainWrite(target, bytes.get(), progress.written);
     };
     Register(name + "/plain", sample.size, plain);
+    // What no way of converting can go below.
+    const auto bytes = std::make_shared<std::vector<std::uint8_t>>(File::ReadAllBytes(sample.libraryPath));
+    Register(name + "/kernel", sample.size,
+             [=] { PlainWrite(target, reinterpret_cast<const char*>(bytes->data()), bytes->size()); });
     const auto stream = [=, &sample] {
         std::wofstream file;
         file.imbue(WritingLocale(sample.encoding));
@@ -280,8 +284,9 @@ void RegisterLines(const std::filesystem::path& folder)
         Require(all.size() == LINE_COUNT);
     };
     Register("lines/stream", lines.size(), stream);
-
     const auto all = std::make_shared<std::vector<WString>>(read());
+    Register("lines/strings", lines.size(), [=] { benchmark::DoNotOptimize(std::vector<WString>(*all).data()); });
+
     const std::string target = path + "-written";
     const WString libraryTarget = NativePath::FromNative(target);
     Register("write-lines/quoll", lines.size(), [=] { File::WriteAllLines(libraryTarget, *all); });
@@ -290,14 +295,25 @@ void RegisterLines(const std::filesystem::path& folder)
     {
         wide->emplace_back(line.begin(), line.end());
     }
-    const auto write = [=] {
+    const auto flush = [=] {
         std::wofstream file(target);
         for (const std::wstring& line : *wide)
         {
             file << line << std::endl; // NOLINT(performance-avoid-endl): what the operation is said to do
         }
     };
-    Register("write-lines/stream", lines.size(), write);
+    Register("write-lines/stream", lines.size(), flush);
+    const auto kernel = [=] {
+        const int file = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        std::string_view rest(lines);
+        for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n'))
+        {
+            Require(write(file, rest.data(), end + 1) == static_cast<ssize_t>(end + 1));
+            rest.remove_prefix(end + 1);
+        }
+        close(file);
+    };
+    Register("write-lines/kernel", lines.size(), kernel);
 }
 
 void RegisterBytes(const std::filesystem::path& folder)

@@ -23,7 +23,12 @@ const std::vector<Kernel>& Kernels();
 
 extern const Kernel PlainKernel;
 
-// Adds the variants for x86-64 that this processor can run; none elsewhere.
-void AddX86Kernels(std::vector<Kernel>& kernels);
+// For wider variants' ends, on processors that have them.
+Outcome DecodeSsse3(DecodeCursor& cursor) noexcept;
+Outcome EncodeSsse3(EncodeCursor& cursor) noexcept;
+
+// Each adds its variant for x86-64 if this processor can run it; none elsewhere.
+void AddSsse3Kernel(std::vector<Kernel>& kernels);
+void AddAvx512Kernel(std::vector<Kernel>& kernels);
 
 } // namespace Quoll::Utf

@@ -99,7 +99,8 @@ const std::vector<Kernel>& Kernels()
 {
     static const std::vector<Kernel> kernels = [] {
         std::vector<Kernel> list{PlainKernel};
-        AddX86Kernels(list);
+        AddSsse3Kernel(list);
+        AddAvx512Kernel(list);
         return list;
     }();
     return kernels;

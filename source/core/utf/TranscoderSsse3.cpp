@@ -1,4 +1,4 @@
-// The transcoder's kernel for x86-64. It takes a block of up to 32 bytes, or units, if it
+// The transcoder's kernel for x86-64 with SSSE3. It takes a block of up to 32 bytes, or units, if it
 // is of a kind it knows and well-formed; the plain transcoder takes the others, the rest at the end, and
 // all errors.
 #include "core/utf/Kernels.h"
@@ -190,6 +190,8 @@ template<bool OnlyShort>
     Store(out + 8, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
 }
 
+} // namespace
+
 [[gnu::target("ssse3,popcnt")]] Outcome DecodeSsse3(DecodeCursor& position) noexcept
 {
     DecodeCursor cursor = position; // a copy that no store can alias
@@ -216,6 +218,9 @@ template<bool OnlyShort>
     position = cursor;
     return outcome;
 }
+
+namespace
+{
 
 // Eight units below 0x800.
 [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void EncodeShort(EncodeCursor& cursor, __m128i units,
@@ -324,6 +329,8 @@ template<bool OnlyShort>
     return true;
 }
 
+} // namespace
+
 [[gnu::target("ssse3,popcnt")]] Outcome EncodeSsse3(EncodeCursor& position) noexcept
 {
     EncodeCursor cursor = position; // a copy that no store can alias
@@ -344,6 +351,9 @@ template<bool OnlyShort>
     position = cursor;
     return outcome;
 }
+
+namespace
+{
 
 [[gnu::target("ssse3,popcnt")]] std::size_t EstimateDecodeSsse3(const unsigned char* text, std::size_t length) noexcept
 {
@@ -375,7 +385,7 @@ template<bool OnlyShort>
 
 } // namespace
 
-void AddX86Kernels(std::vector<Kernel>& kernels)
+void AddSsse3Kernel(std::vector<Kernel>& kernels)
 {
     if (__builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt"))
     {
@@ -390,7 +400,7 @@ void AddX86Kernels(std::vector<Kernel>& kernels)
 namespace Quoll::Utf
 {
 
-void AddX86Kernels(std::vector<Kernel>&)
+void AddSsse3Kernel(std::vector<Kernel>&)
 {
 }
 
