@@ -37,6 +37,7 @@
 #include "Quoll/Synchronization.h"
 #include "Quoll/Task.h"
 #include "Quoll/TextCodecs.h"
+#include "Quoll/ThreadPool.h"
 #include "Quoll/TimeSpan.h"
 #include "Quoll/UserLocalFormat.h"
 #include "Quoll/UtcTime.h"

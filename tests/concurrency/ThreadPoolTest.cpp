@@ -1,0 +1,450 @@
+#include "Quoll/ThreadPool.h"
+
+#include "Quoll/Errors.h"
+
+#include "concurrency/ThreadList.h"
+
+#include "support/Eventually.h"
+#include "support/ForcedFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <latch>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace Quoll::Utilities
+{
+
+using namespace Quoll::Tests;
+
+namespace
+{
+
+using Futures = std::vector<std::future<int>>;
+
+// A task may wait for a further setting of the event, so that is given until the task has ended.
+bool Driven(IThreadPool& pool, std::future<int>& future)
+{
+    return Eventually([&] {
+        pool.Start();
+        return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+}
+
+enum class End
+{
+    Value,
+    Failure,
+    Broken
+};
+
+End EndOf(std::future<int>& future)
+{
+    EXPECT_EQ(future.wait_for(GenerousLimit), std::future_status::ready);
+    try
+    {
+        EXPECT_EQ(future.get(), 0);
+        return End::Value;
+    }
+    catch (const std::future_error& error)
+    {
+        EXPECT_EQ(error.code(), std::future_errc::broken_promise);
+        return End::Broken;
+    }
+    catch (const std::exception&)
+    {
+        return End::Failure;
+    }
+}
+
+// Keeps one worker in a task until it is released, or goes.
+class Blocker
+{
+public:
+    explicit Blocker(IThreadPool& pool)
+        : m_end(pool.ScheduleTask([this] {
+            m_begun.count_down();
+            m_release.wait();
+        }))
+    {
+        while (!m_begun.try_wait())
+        {
+            pool.Start();
+        }
+    }
+    ~Blocker()
+    {
+        Release();
+    }
+    void Release()
+    {
+        if (!m_release.try_wait())
+        {
+            m_release.count_down();
+            m_end.wait();
+        }
+    }
+
+private:
+    std::latch m_begun{1};
+    std::latch m_release{1};
+    std::future<int> m_end;
+};
+
+TEST(ThreadPoolTest, RefusesTasksUnlessStarted)
+{
+    ThreadPool pool(1);
+    const auto refused = [&pool] {
+        try
+        {
+            pool.ScheduleTask([] {});
+            return false;
+        }
+        catch (const std::runtime_error& error)
+        {
+            return error.what() == std::string("Thread pool cannot accept new tasks");
+        }
+    };
+    EXPECT_TRUE(refused());
+    pool.Start();
+    auto done = pool.ScheduleTask([] {});
+    EXPECT_TRUE(Driven(pool, done));
+    pool.WaitAndStop();
+    EXPECT_TRUE(refused());
+    EXPECT_FALSE(pool.HasWaitingThreads());
+    pool.Start();
+    pool.Stop();
+    EXPECT_TRUE(refused());
+}
+
+TEST(ThreadPoolTest, FailuresGoToTheFutureAndTheWorkerLives)
+{
+    ThreadPool pool(1);
+    pool.Start();
+    auto thrown = pool.ScheduleTask([] { throw std::out_of_range("here"); });
+    auto foreign = pool.ScheduleTask([] { throw 7; });
+    auto empty = pool.ScheduleTask({});
+    auto after = pool.ScheduleTask([] {});
+    ASSERT_TRUE(Driven(pool, after));
+    EXPECT_THROW(thrown.get(), std::out_of_range);
+    EXPECT_THROW(foreign.get(), int);
+    EXPECT_THROW(empty.get(), std::bad_function_call);
+    EXPECT_EQ(after.get(), 0);
+    EXPECT_TRUE(Eventually([&] { return pool.HasWaitingThreads(); }));
+}
+
+TEST(ThreadPoolTest, OneSettingOfTheEventLetsAWorkerTakeOneTask)
+{
+    ThreadPool pool(1);
+    pool.Start();
+    Blocker blocker(pool);
+    EXPECT_FALSE(pool.HasWaitingThreads());
+    auto first = pool.ScheduleTask([] {});
+    auto second = pool.ScheduleTask([] {});
+    blocker.Release();
+    EXPECT_EQ(EndOf(first), End::Value);
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(3 * ThreadPool::MAXIMUM_LOOP_WAIT_INTERVAL)),
+              std::future_status::timeout);
+    pool.Start();
+    EXPECT_EQ(EndOf(second), End::Value);
+}
+
+TEST(ThreadPoolTest, StartsTasksInTheOrderOfSchedulingWhoeverScheduledThem)
+{
+    constexpr int rounds = 2000;
+    constexpr int producers = 3;
+    ThreadPool pool(1);
+    pool.Start();
+    Blocker blocker(pool);
+    std::vector<int> order;
+    std::atomic<int> turn = 0;
+    std::vector<std::jthread> threads;
+    threads.reserve(producers);
+    for (int own = 0; own < producers; ++own)
+    {
+        threads.emplace_back([&, own] {
+            for (int number = own; number < rounds; number += producers)
+            {
+                while (turn != number)
+                {
+                    std::this_thread::yield();
+                }
+                pool.ScheduleTask([&order, number] { order.push_back(number); });
+                ++turn;
+            }
+        });
+    }
+    threads.clear();
+    auto last = pool.ScheduleTask([] {});
+    blocker.Release();
+    while (last.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+    {
+        pool.Start();
+    }
+    ASSERT_EQ(order.size(), std::size_t{rounds});
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(ThreadPoolTest, PausedItAcceptsTasksAndBeginsNone)
+{
+    ThreadPool pool(2);
+    pool.Start();
+    pool.Pause();
+    auto task = pool.ScheduleTask([] {});
+    EXPECT_EQ(task.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
+    pool.Start();
+    EXPECT_EQ(EndOf(task), End::Value);
+}
+
+TEST(ThreadPoolTest, StopThrowsQueuedTasksAwayAndResizeBringsWorkersBack)
+{
+    ThreadPool pool(0);
+    pool.Start();
+    auto queued = pool.ScheduleTask([] {});
+    pool.Stop();
+    EXPECT_EQ(EndOf(queued), End::Broken);
+    pool.Start();
+    auto kept = pool.ScheduleTask([] {});
+    pool.Resize(1);
+    EXPECT_EQ(EndOf(kept), End::Value);
+}
+
+TEST(ThreadPoolTest, DestructionWaitsItsRoundsAndBreaksPromises)
+{
+    std::future<int> left;
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        ThreadPool pool(1);
+        pool.Start();
+        pool.Resize(0);
+        left = pool.ScheduleTask([] {});
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_EQ(EndOf(left), End::Broken);
+}
+
+TEST(ThreadPoolTest, WaitAndStopRunsWhatIsQueued)
+{
+    ThreadPool pool(2);
+    pool.Start();
+    Futures futures;
+    {
+        const Blocker first(pool);
+        const Blocker second(pool);
+        futures.push_back(pool.ScheduleTask([] {}));
+        futures.push_back(pool.ScheduleTask([] {}));
+    }
+    pool.WaitAndStop();
+    for (auto& future : futures)
+    {
+        EXPECT_EQ(EndOf(future), End::Value);
+    }
+}
+
+// Numbers threads, because the system uses its own numbers again.
+unsigned SerialOfThread()
+{
+    static std::atomic<unsigned> last = 0;
+    thread_local const unsigned serial = ++last;
+    return serial;
+}
+
+std::set<unsigned> Workers(IThreadPool& pool, unsigned count)
+{
+    std::latch all(count);
+    std::mutex lock;
+    std::set<unsigned> serials;
+    Futures futures;
+    for (unsigned i = 0; i < count; ++i)
+    {
+        futures.push_back(pool.ScheduleTask([&] {
+            all.arrive_and_wait();
+            const std::lock_guard guard(lock);
+            serials.insert(SerialOfThread());
+        }));
+    }
+    for (auto& future : futures)
+    {
+        EXPECT_TRUE(Driven(pool, future));
+    }
+    return serials;
+}
+
+TEST(ThreadPoolTest, GrowingKeepsWorkersAndAnyOtherResizeReplacesThem)
+{
+    ThreadPool pool(2);
+    pool.Start();
+    const auto two = Workers(pool, 2);
+    pool.Resize(3);
+    auto three = Workers(pool, 3);
+    EXPECT_EQ(three.size(), 3u);
+    EXPECT_TRUE(std::includes(three.begin(), three.end(), two.begin(), two.end()));
+    pool.Resize(3);
+    const auto others = Workers(pool, 3);
+    EXPECT_EQ(others.size(), 3u);
+    three.insert(others.begin(), others.end());
+    EXPECT_EQ(three.size(), 6u);
+    pool.Resize(1);
+    three.merge(Workers(pool, 1));
+    EXPECT_EQ(three.size(), 7u);
+}
+
+TEST(ThreadPoolTest, NoFutureIsForgottenWhenStopComesBesideScheduling)
+{
+    for (int round = 0; round < 20; ++round)
+    {
+        constexpr std::size_t producers = 8;
+        std::vector<Futures> futures(producers);
+        std::atomic<int> ran = 0;
+        {
+            ThreadPool pool(2);
+            pool.Start();
+            std::vector<std::jthread> threads;
+            std::latch first(producers);
+            for (Futures& own : futures)
+            {
+                threads.emplace_back([&pool, &own, &ran, &first] {
+                    EXPECT_THROW(
+                        for (;;) {
+                            own.push_back(pool.ScheduleTask([&ran] { ++ran; }));
+                            if (own.size() == 1)
+                            {
+                                first.count_down();
+                            }
+                        },
+                        std::runtime_error);
+                });
+            }
+            first.wait();
+            pool.Stop();
+            threads.clear();
+            pool.Stop();
+        }
+        int values = 0;
+        for (Futures& own : futures)
+        {
+            for (auto& future : own)
+            {
+                const End end = EndOf(future);
+                ASSERT_NE(end, End::Failure);
+                values += end == End::Value ? 1 : 0;
+            }
+        }
+        EXPECT_EQ(values, ran);
+    }
+}
+
+TEST(ThreadPoolTest, ATaskMayScheduleButNotStopOrShrink)
+{
+    ThreadPool pool(2);
+    pool.Start();
+    std::future<int> inner;
+    auto outer = pool.ScheduleTask([&] { inner = pool.ScheduleTask([] {}); });
+    ASSERT_EQ(EndOf(outer), End::Value);
+    ASSERT_TRUE(Driven(pool, inner));
+    for (const auto& stop : std::vector<std::function<void()>>{[&] { pool.Stop(); }, [&] { pool.WaitAndStop(); },
+                                                               [&] {
+                                                                   pool.Resize(1);
+                                                               }})
+    {
+        auto stopping = pool.ScheduleTask(stop);
+        try
+        {
+            stopping.get();
+            ADD_FAILURE() << "joined itself";
+        }
+        catch (const std::system_error& error)
+        {
+            EXPECT_EQ(error.code(), std::errc::resource_deadlock_would_occur);
+        }
+        pool.Start();
+        pool.Resize(2);
+    }
+}
+
+TEST(ThreadPoolTest, ATaskMayDestroyThePool)
+{
+    auto pool = std::make_shared<ThreadPool>(3);
+    pool->Start();
+    std::latch mine(1);
+    auto task = pool->ScheduleTask([&mine, own = pool]() mutable {
+        mine.wait();
+        own.reset();
+    });
+    pool.reset();
+    mine.count_down();
+    EXPECT_EQ(EndOf(task), End::Value);
+}
+
+TEST(ThreadPoolTest, WithoutAnEventThereIsNoPool)
+{
+    const ForcedFailure failure(ForcedCall::CreateEventW, ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_THROW(ThreadPool(1), Win32Exception);
+}
+
+TEST(ThreadPoolTest, ADerivedClassMayWrapTheWorkers)
+{
+    class Wrapping final : public ThreadPool
+    {
+    public:
+        Wrapping()
+            : ThreadPool(0)
+        {
+            Resize(3);
+        }
+        ~Wrapping() override
+        {
+            Stop();
+        }
+        void WorkerThread() override
+        {
+            ++wrapped;
+            ThreadPool::WorkerThread();
+        }
+        using ThreadPool::RemoveThreads;
+        std::atomic<int> wrapped = 0;
+    };
+    Wrapping pool;
+    pool.RemoveThreads(2);
+    pool.RemoveThreads(7);
+    pool.Stop();
+    EXPECT_EQ(pool.wrapped, 4);
+}
+
+TEST(ThreadListTest, KeepsTheThreadsThatThereAreWhenOneCannotBeMade)
+{
+    struct Body
+    {
+        Body() = default;
+        Body(const Body& other)
+        {
+            if (other.refuse)
+            {
+                throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+            }
+        }
+        void operator()() const
+        {
+        }
+        bool refuse = false;
+    };
+    ThreadList threads;
+    threads.Add([] {});
+    std::function<void()> body = Body();
+    body.target<Body>()->refuse = true;
+    EXPECT_THROW(threads.Add(body), std::system_error);
+    EXPECT_EQ(threads.Size(), 1u);
+    threads.JoinAndClear();
+    EXPECT_EQ(threads.Size(), 0u);
+}
+
+} // namespace
+
+} // namespace Quoll::Utilities
