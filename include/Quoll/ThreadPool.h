@@ -93,9 +93,9 @@ public:
     /// Ends a stop and a pause, accepts tasks, and sets the event. Makes no workers.
     void Start() override;
 
-    /// Lets workers begin no further task until Start; tasks in progress go on, and new ones are
-    /// accepted. A paused pool that has something to do costs processor time: once the event is set,
-    /// paused workers go round without sleeping.
+    /// Lets workers begin no further task until Start, but for one that a worker which has just been
+    /// woken may still take; tasks in progress go on, and new ones are accepted. A paused pool that has something to do
+    /// costs processor time: once the event is set, paused workers go round without sleeping.
     void Pause() override;
 
     /// Refuses tasks from now on, throws the queued ones away (their futures report a broken promise),

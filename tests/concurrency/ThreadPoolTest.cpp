@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <latch>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -64,20 +66,54 @@ End EndOf(std::future<int>& future)
     }
 }
 
+// Opens when as many have arrived as were awaited.
+class Gate
+{
+public:
+    explicit Gate(unsigned awaited)
+        : m_awaited(awaited)
+    {
+    }
+    void Arrive()
+    {
+        const std::lock_guard guard(m_lock);
+        if (m_awaited > 0)
+        {
+            --m_awaited;
+        }
+        m_changed.notify_all();
+    }
+    bool IsOpen()
+    {
+        const std::lock_guard guard(m_lock);
+        return m_awaited == 0;
+    }
+    void Wait()
+    {
+        std::unique_lock guard(m_lock);
+        m_changed.wait(guard, [this] { return m_awaited == 0; });
+    }
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    unsigned m_awaited;
+};
+
 // Keeps one worker in a task until it is released, or goes.
 class Blocker
 {
 public:
     explicit Blocker(IThreadPool& pool)
         : m_end(pool.ScheduleTask([this] {
-            m_begun.count_down();
-            m_release.wait();
+            m_begun.Arrive();
+            m_release.Wait();
         }))
     {
-        while (!m_begun.try_wait())
-        {
+        EXPECT_TRUE(Eventually([&] {
             pool.Start();
-        }
+            return m_begun.IsOpen();
+        }));
     }
     ~Blocker()
     {
@@ -85,16 +121,13 @@ public:
     }
     void Release()
     {
-        if (!m_release.try_wait())
-        {
-            m_release.count_down();
-            m_end.wait();
-        }
+        m_release.Arrive();
+        m_end.wait();
     }
 
 private:
-    std::latch m_begun{1};
-    std::latch m_release{1};
+    Gate m_begun{1};
+    Gate m_release{1};
     std::future<int> m_end;
 };
 
@@ -194,10 +227,12 @@ TEST(ThreadPoolTest, StartsTasksInTheOrderOfSchedulingWhoeverScheduledThem)
 
 TEST(ThreadPoolTest, PausedItAcceptsTasksAndBeginsNone)
 {
-    ThreadPool pool(2);
+    ThreadPool pool(1);
     pool.Start();
+    Blocker blocker(pool);
     pool.Pause();
     auto task = pool.ScheduleTask([] {});
+    blocker.Release();
     EXPECT_EQ(task.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
     pool.Start();
     EXPECT_EQ(EndOf(task), End::Value);
@@ -258,14 +293,15 @@ unsigned SerialOfThread()
 
 std::set<unsigned> Workers(IThreadPool& pool, unsigned count)
 {
-    std::latch all(count);
+    Gate all(count);
     std::mutex lock;
     std::set<unsigned> serials;
     Futures futures;
     for (unsigned i = 0; i < count; ++i)
     {
         futures.push_back(pool.ScheduleTask([&] {
-            all.arrive_and_wait();
+            all.Arrive();
+            all.Wait();
             const std::lock_guard guard(lock);
             serials.insert(SerialOfThread());
         }));
@@ -307,7 +343,7 @@ TEST(ThreadPoolTest, NoFutureIsForgottenWhenStopComesBesideScheduling)
             ThreadPool pool(2);
             pool.Start();
             std::vector<std::jthread> threads;
-            std::latch first(producers);
+            Gate first(producers);
             for (Futures& own : futures)
             {
                 threads.emplace_back([&pool, &own, &ran, &first] {
@@ -316,13 +352,13 @@ TEST(ThreadPoolTest, NoFutureIsForgottenWhenStopComesBesideScheduling)
                             own.push_back(pool.ScheduleTask([&ran] { ++ran; }));
                             if (own.size() == 1)
                             {
-                                first.count_down();
+                                first.Arrive();
                             }
                         },
                         std::runtime_error);
                 });
             }
-            first.wait();
+            first.Wait();
             pool.Stop();
             threads.clear();
             pool.Stop();
@@ -373,13 +409,13 @@ TEST(ThreadPoolTest, ATaskMayDestroyThePool)
 {
     auto pool = std::make_shared<ThreadPool>(3);
     pool->Start();
-    std::latch mine(1);
+    Gate mine(1);
     auto task = pool->ScheduleTask([&mine, own = pool]() mutable {
-        mine.wait();
+        mine.Wait();
         own.reset();
     });
     pool.reset();
-    mine.count_down();
+    mine.Arrive();
     EXPECT_EQ(EndOf(task), End::Value);
 }
 
