@@ -34,16 +34,13 @@ TEST(AsyncIOBuffer, WritesTheTextWithoutTerminator)
 {
     AsyncIOBuffer utf8(Utf8, "aé😀"_w);
     EXPECT_EQ(Payload(utf8), "a\xC3\xA9\xF0\x9F\x98\x80");
-    AsyncIOBuffer utf16(Utf16, "aé"_w);
-    EXPECT_EQ(Payload(utf16), "a\0\xE9\0"sv);
+    for (const auto encoding : {Utf16, static_cast<NamedPipeMessageEncoding>(7)})
+    {
+        AsyncIOBuffer utf16(encoding, "aé"_w);
+        EXPECT_EQ(Payload(utf16), "a\0\xE9\0"sv);
+    }
     AsyncIOBuffer empty(Utf8, ""_w);
     EXPECT_EQ(empty.PayloadSize(), 0u);
-}
-
-TEST(AsyncIOBuffer, AnyOtherEncodingIsUtf16)
-{
-    AsyncIOBuffer buffer(static_cast<NamedPipeMessageEncoding>(7), "a"_w);
-    EXPECT_EQ(Payload(buffer), "a\0"sv);
 }
 
 TEST(AsyncIOBuffer, RefusesTextThatUtf8CantHold)
@@ -75,12 +72,7 @@ TEST(AsyncIOBuffer, ClearForgetsWhatWasRead)
     buffer.Clear();
     EXPECT_EQ(buffer.AsWideString(), ""_w);
     EXPECT_EQ(buffer.PayloadSize(), 4u);
-}
-
-TEST(AsyncIOBuffer, ReadsOneUnitAtLeast)
-{
-    EXPECT_EQ(AsyncIOBuffer(Utf8, std::size_t{0}).PayloadSize(), 1u);
-    EXPECT_EQ(AsyncIOBuffer(Utf16, std::size_t{0}).PayloadSize(), 2u);
+    EXPECT_EQ(AsyncIOBuffer(Utf16, std::size_t{0}).PayloadSize(), 2u) << "one unit at least";
 }
 
 } // namespace

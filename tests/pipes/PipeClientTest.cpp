@@ -3,7 +3,6 @@
 #include "Quoll/PipeServer.h"
 
 #include "pipes/PipeSupport.h"
-#include "support/Eventually.h"
 #include "support/ForcedFailure.h"
 
 #include <gtest/gtest.h>
@@ -47,11 +46,6 @@ TEST(PipeClient, HasDefaults)
     AsyncNamedPipeClient client("name"_w, 0);
     EXPECT_EQ(client.GetTimeout(), 5000u);
     EXPECT_EQ(client.GetEncoding(), NamedPipeMessageEncoding::Utf8);
-    EXPECT_FALSE(client.IsInitialized());
-    client.SetTimeout(17);
-    client.SetEncoding(NamedPipeMessageEncoding::Utf16);
-    EXPECT_EQ(client.GetTimeout(), 17u);
-    EXPECT_EQ(client.GetEncoding(), NamedPipeMessageEncoding::Utf16);
     EXPECT_EQ(TextOf<std::runtime_error>([] { AsyncNamedPipeClient(""_w, 1); }), "Named pipe name should not be empty");
 }
 
@@ -65,29 +59,6 @@ TEST(PipeClient, TriesFiveTimesToFindAServer)
     EXPECT_TRUE(text.starts_with("Failed to connect to the pipe: " + Bytes(name))) << text;
     EXPECT_EQ(CodeOf([&] { client.Open(SharedHandle()); }), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_FALSE(client.IsInitialized());
-}
-
-TEST(PipeClient, WaitsForAFreeInstance)
-{
-    const WString name = UniquePipeName();
-    const SharedHandle server = CreateServerEnd(name, 1);
-    AsyncNamedPipeClient first(name, 20000);
-    first.Open(SharedHandle());
-    AsyncNamedPipeClient second(name, 20000);
-    const auto opened = TaskScheduler::Run([&second] { second.Open(SharedHandle()); }, TaskPlacement::Pool);
-    EXPECT_FALSE(opened.WaitFor(50));
-    ASSERT_TRUE(::DisconnectNamedPipe(server.get()));
-    NamedPipeInstance instance;
-    instance.pipe = server;
-    ASSERT_TRUE(instance.CreateIoEvent());
-    const BOOL connected = ::ConnectNamedPipe(server.get(), instance.GetOverlapped());
-    ASSERT_TRUE(connected || ::GetLastError() == ERROR_IO_PENDING || ::GetLastError() == ERROR_PIPE_CONNECTED);
-    EXPECT_NO_THROW(opened.get());
-    EXPECT_TRUE(second.IsInitialized());
-    second.Close();
-    ::CancelIoEx(server.get(), instance.GetOverlapped());
-    DWORD count = 0;
-    ::GetOverlappedResult(server.get(), instance.GetOverlapped(), &count, TRUE);
 }
 
 TEST(PipeClient, GivesUpOnABusyPipe)
@@ -126,33 +97,14 @@ TEST(PipeClient, RefusesAServerAtOnce)
         ++asked;
         return false;
     });
-    std::optional<Win32Exception> refusal;
-    try
-    {
-        client.Open(SharedHandle());
-    }
-    catch (const Win32Exception& exception)
-    {
-        refusal = exception;
-    }
-    ASSERT_TRUE(refusal);
-    EXPECT_EQ(refusal->GetErrorCode(), 191u);
-    EXPECT_TRUE(std::string(refusal->what())
-                    .starts_with("Error opening named pipe: " + Bytes(name) + ". Signature is invalid"));
+    const auto text = TextOf<Win32Exception>([&] { client.Open(SharedHandle()); });
+    EXPECT_TRUE(text.starts_with("Error opening named pipe: " + Bytes(name) + ". Signature is invalid")) << text;
     EXPECT_EQ(asked, 1);
     EXPECT_FALSE(client.IsInitialized());
-}
 
-TEST(PipeClient, OpensOnce)
-{
-    ConnectedPipe pipe;
-    int asked = 0;
-    pipe.client.SetAuthenticatePipe([&asked](const SharedHandle&, bool) { return ++asked != 0; });
-    pipe.client.Open(SharedHandle());
-    EXPECT_EQ(asked, 0);
-    pipe.client.Close();
-    EXPECT_FALSE(pipe.client.IsInitialized());
-    pipe.client.Close();
+    ConnectedPipe open;
+    open.client.SetAuthenticatePipe([](const SharedHandle&, bool) { return false; });
+    EXPECT_NO_THROW(open.client.Open(SharedHandle())) << "nobody is asked of an open pipe";
 }
 
 TEST(PipeClient, ReadsMessagesOfAnyLength)
@@ -209,7 +161,11 @@ TEST(PipeClient, GivesUpAWriteThatNobodyTakes)
 TEST(PipeClient, WritesWithoutWaiting)
 {
     Peers peers(512);
-    const WString message(1 << 20, WChar('w'));
+    WString message(1 << 20, WChar('w'));
+    for (std::size_t i = 0; i < message.size(); i += 1000)
+    {
+        message[i] = static_cast<WChar>('a' + i / 1000 % 26);
+    }
     const auto begin = Clock::now();
     for (int i = 0; i < 3; ++i)
     {
@@ -268,38 +224,32 @@ TEST(PipeClient, TasksOutliveTheClient)
 
 TEST(PipeClient, ReportsFailuresOfThePlatform)
 {
+    const auto read = [](ConnectedPipe& pipe) {
+        pipe.client.ReadMessageSync();
+    };
+    const auto write = [](ConnectedPipe& pipe) {
+        pipe.client.WriteMessageSync("x"_w, true);
+    };
+    const auto open = [](ConnectedPipe& pipe) {
+        pipe.client.Close();
+        pipe.client.Open(SharedHandle());
+    };
+    const auto adopt = [](ConnectedPipe& pipe) {
+        pipe.client.Close();
+        pipe.client.Open(pipe.server->pipe);
+    };
     const struct
     {
         ForcedCall call;
         const char* text;
         void (*action)(ConnectedPipe&);
     } cases[] = {
-        {ForcedCall::ReadFile, "Error reading from named pipe",
-         [](ConnectedPipe& pipe) {
-             pipe.client.ReadMessageSync();
-         }},
-        {ForcedCall::WaitForSingleObject, "Error reading from named pipe",
-         [](ConnectedPipe& pipe) {
-             pipe.client.ReadMessageSync();
-         }},
-        {ForcedCall::WriteFile, "Error writing to named pipe",
-         [](ConnectedPipe& pipe) {
-             pipe.client.WriteMessageSync("x"_w, true);
-         }},
-        {ForcedCall::CreateEventW, "Error reading from named pipe",
-         [](ConnectedPipe& pipe) {
-             pipe.client.ReadMessageSync();
-         }},
-        {ForcedCall::CreateFileW, "Error opening named pipe: ",
-         [](ConnectedPipe& pipe) {
-             pipe.client.Close();
-             pipe.client.Open(SharedHandle());
-         }},
-        {ForcedCall::SetNamedPipeHandleState, "Failed to change NamedPipe state",
-         [](ConnectedPipe& pipe) {
-             pipe.client.Close();
-             pipe.client.Open(pipe.server->pipe);
-         }},
+        {ForcedCall::ReadFile, "Error reading from named pipe", read},
+        {ForcedCall::WaitForSingleObject, "Error reading from named pipe", read},
+        {ForcedCall::CreateEventW, "Error reading from named pipe", read},
+        {ForcedCall::WriteFile, "Error writing to named pipe", write},
+        {ForcedCall::CreateFileW, "Error opening named pipe: ", open},
+        {ForcedCall::SetNamedPipeHandleState, "Failed to change NamedPipe state", adopt},
     };
     for (const auto& [call, text, action] : cases)
     {
