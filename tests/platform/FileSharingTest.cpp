@@ -134,7 +134,7 @@ TEST_F(FileSharingContract, AFolderInUseIsKept)
 CHILD_PROCESS(FileHolder)
 {
     const WString name = std::filesystem::path(arguments.at(0)).string<WChar>();
-    const HANDLE file = Open(name, static_cast<DWORD>(std::stoul(arguments.at(1))), FILE_SHARE_READ);
+    const HANDLE file = Open(name, GENERIC_READ, FILE_SHARE_READ);
     std::cout << (file != INVALID_HANDLE_VALUE ? "holding" : "failed") << std::endl;
     std::string line;
     std::getline(std::cin, line);
@@ -143,21 +143,12 @@ CHILD_PROCESS(FileHolder)
 
 TEST_F(FileSharingContract, HoldsBetweenProcessesUntilTheHolderIsKilled)
 {
-    const std::string path = (directory.Path() / "file").string();
-    {
-        ChildProcess reader("FileHolder", {path, std::to_string(DWORD{GENERIC_READ})});
-        ASSERT_TRUE(reader.WaitForOutput("holding")) << reader.Output();
-        EXPECT_EQ(Try(name, GENERIC_WRITE, all), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), DWORD{ERROR_SUCCESS});
-        EXPECT_FALSE(DeleteFileW(name.c_str()));
-        reader.Kill();
-        EXPECT_EQ(Try(name, GENERIC_WRITE, 0), DWORD{ERROR_SUCCESS});
-    }
-    ChildProcess writer("FileHolder", {path, std::to_string(DWORD{GENERIC_WRITE})});
-    ASSERT_TRUE(writer.WaitForOutput("holding")) << writer.Output();
-    EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ), DWORD{ERROR_SHARING_VIOLATION});
+    ChildProcess reader("FileHolder", {(directory.Path() / "file").string()});
+    ASSERT_TRUE(reader.WaitForOutput("holding")) << reader.Output();
+    EXPECT_EQ(Try(name, GENERIC_WRITE, all), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(Try(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), DWORD{ERROR_SUCCESS});
-    writer.Kill();
+    EXPECT_FALSE(DeleteFileW(name.c_str()));
+    reader.Kill();
     EXPECT_EQ(Try(name, GENERIC_ALL, 0), DWORD{ERROR_SUCCESS});
 }
 

@@ -7,39 +7,28 @@
 namespace
 {
 
-TEST(HandleContract, ClosedHandleIsInvalidForEveryCall)
+template<class Call>
+void ExpectInvalid(Call call)
 {
-    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    ASSERT_NE(event, nullptr);
-    ASSERT_NE(event, INVALID_HANDLE_VALUE);
-    ASSERT_TRUE(CloseHandle(event));
-
     SetLastError(0);
-    EXPECT_FALSE(CloseHandle(event));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_FALSE(SetEvent(event));
-    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED);
+    EXPECT_TRUE(call());
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
-TEST(HandleContract, NullAndForeignValuesAreInvalid)
-{
-    SetLastError(0);
-    EXPECT_EQ(WaitForSingleObject(nullptr, 0), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    SetLastError(0);
-    EXPECT_FALSE(SetEvent(reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFFFFF0})));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-}
-
-TEST(HandleContract, ObjectOfAnotherKindIsInvalid)
+TEST(HandleContract, WhatIsNotTheKindOfObjectIsInvalid)
 {
     const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, nullptr);
-    EXPECT_FALSE(ReleaseMutex(event));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_FALSE(SetEvent(mutex));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    const HANDLE closed = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ASSERT_TRUE(CloseHandle(closed));
+    for (const HANDLE handle : {closed, HANDLE{nullptr}, reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFFFFF0})})
+    {
+        ExpectInvalid([&] { return !SetEvent(handle); });
+        ExpectInvalid([&] { return WaitForSingleObject(handle, 0) == WAIT_FAILED; });
+    }
+    ExpectInvalid([&] { return !CloseHandle(closed); });
+    ExpectInvalid([&] { return !ReleaseMutex(event); });
+    ExpectInvalid([&] { return !SetEvent(mutex); });
     CloseHandle(event);
     CloseHandle(mutex);
 }

@@ -12,27 +12,6 @@ namespace Quoll::Tests
 namespace
 {
 
-TEST(CriticalSectionContract, IsReleasedByAsManyLeavesAsEnters)
-{
-    CRITICAL_SECTION section;
-    ASSERT_TRUE(InitializeCriticalSectionAndSpinCount(&section, 4000));
-    EnterCriticalSection(&section);
-    EnterCriticalSection(&section);
-    std::atomic<int> step = 0;
-    std::atomic<int> seen = -1;
-    std::thread other([&] {
-        EnterCriticalSection(&section);
-        seen = step.load();
-        LeaveCriticalSection(&section);
-    });
-    LeaveCriticalSection(&section);
-    step = 1;
-    LeaveCriticalSection(&section);
-    other.join();
-    EXPECT_EQ(seen, 1);
-    DeleteCriticalSection(&section);
-}
-
 // Writers keep two counters equal; a reader that sees them differ was let in beside a writer.
 TEST(SlimLockContract, ReadersSeeWholeWrites)
 {

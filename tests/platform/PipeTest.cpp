@@ -160,11 +160,7 @@ TEST_F(PipeContract, MessagesKeepTheirBoundsBothWays)
     EXPECT_EQ(Read(server), "three");
     EXPECT_EQ(Write(server, "back"), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(Read(client), "back");
-}
 
-TEST_F(PipeContract, AMessageLongerThanTheBufferComesInPieces)
-{
-    ConnectBoth();
     Write(client, "0123456789");
     Write(client, "next");
     EXPECT_EQ(Read(server, 0), "+");
@@ -174,7 +170,7 @@ TEST_F(PipeContract, AMessageLongerThanTheBufferComesInPieces)
     EXPECT_EQ(Read(server, 4), "next");
 }
 
-TEST_F(PipeContract, APendingReadShorterThanTheMessageReportsMoreData)
+TEST_F(PipeContract, AReadShorterThanTheMessageReportsMoreData)
 {
     ConnectBoth();
     Io io(4);
@@ -184,17 +180,9 @@ TEST_F(PipeContract, APendingReadShorterThanTheMessageReportsMoreData)
     EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_INCOMPLETE});
     Write(client, "0123456789");
     EXPECT_EQ(io.Result(server), Outcome(ERROR_MORE_DATA, 4));
-    EXPECT_EQ(Read(server), "456789");
-}
-
-TEST_F(PipeContract, AnImmediatePieceSetsTheEventAndAStartedReadResetsIt)
-{
-    ConnectBoth();
-    Write(client, "0123456789");
-    Io io(4);
-    ASSERT_EQ(StartRead(server, io), DWORD{ERROR_MORE_DATA});
+    ASSERT_EQ(StartRead(server, io), DWORD{ERROR_MORE_DATA}); // at once, and tells the event as well
     EXPECT_TRUE(io.IsSet());
-    EXPECT_EQ(Read(server), "456789");
+    EXPECT_EQ(Read(server), "89");
     ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING});
     EXPECT_FALSE(io.IsSet());
     Write(client, "end");
@@ -241,19 +229,6 @@ TEST_F(PipeContract, AWaitForAllTakesOperationsAndPlainEventsTogether)
     EXPECT_EQ(atServer.Result(server), Outcome(ERROR_SUCCESS, 3));
     EXPECT_EQ(atClient.Result(client), Outcome(ERROR_SUCCESS, 3));
     CloseHandle(plain);
-}
-
-TEST_F(PipeContract, OneMebibyteCrossesASmallPipe)
-{
-    ConnectBoth(512);
-    std::string text(1 << 20, 'x');
-    for (std::size_t i = 0; i < text.size(); i += 1000)
-    {
-        text[i] = static_cast<char>('a' + i / 1000 % 26);
-    }
-    std::thread writer([&] { EXPECT_EQ(Write(client, text), DWORD{ERROR_SUCCESS}); });
-    EXPECT_EQ(Read(server, text.size()), text);
-    writer.join();
 }
 
 TEST_F(PipeContract, AWriteBeyondTheQuotaPendsUntilItIsRead)
@@ -329,15 +304,6 @@ TEST_F(PipeContract, AClosedClientLeavesItsMessagesThenBreaks)
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_DATA});
 }
 
-TEST_F(PipeContract, AClosingClientEndsThePendingRead)
-{
-    ConnectBoth();
-    Io io;
-    ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING});
-    Close(client);
-    EXPECT_EQ(io.Result(server).first, DWORD{ERROR_BROKEN_PIPE});
-}
-
 TEST_F(PipeContract, AClosedServerLeavesItsMessagesThenBreaks)
 {
     ConnectBoth();
@@ -346,8 +312,6 @@ TEST_F(PipeContract, AClosedServerLeavesItsMessagesThenBreaks)
     EXPECT_EQ(Write(client, "x"), DWORD{ERROR_NO_DATA});
     EXPECT_EQ(Read(client), "last");
     EXPECT_EQ(Read(client), "error 109");
-    EXPECT_EQ(OpenClient(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
 }
 
 TEST_F(PipeContract, DisconnectDropsWhatIsUnreadOnBothEnds)
@@ -398,15 +362,6 @@ TEST_F(PipeContract, AClientThatCameFirstIsConnectedAtOnceWithoutTheEvent)
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_DATA});
 }
 
-TEST_F(PipeContract, ACancelledConnectIsAborted)
-{
-    server = CreateInstance();
-    Io connect;
-    ASSERT_FALSE(ConnectNamedPipe(server, &connect.record));
-    ASSERT_TRUE(CancelIoEx(server, &connect.record));
-    EXPECT_EQ(connect.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
-}
-
 TEST_F(PipeContract, InstancesRunOutAndWaitersAreToldOfAFreeOne)
 {
     server = CreateInstance(1);
@@ -423,8 +378,8 @@ TEST_F(PipeContract, InstancesRunOutAndWaitersAreToldOfAFreeOne)
     Io connect;
     ASSERT_FALSE(ConnectNamedPipe(server, &connect.record));
     waiter.join();
-    CancelIoEx(server, nullptr);
-    connect.Result(server);
+    EXPECT_TRUE(CancelIoEx(server, nullptr));
+    EXPECT_EQ(connect.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
 }
 
 TEST_F(PipeContract, NamesAreCheckedAndCaseDoesNotMatter)

