@@ -107,7 +107,7 @@ TEST(MultiClientPipe, RefusesBadClients)
     };
     pipe->AddClient(1, server.name, false, nullptr);
     const auto add = [&](auto&&... arguments) {
-        return TextOf<std::runtime_error>([&] { pipe->AddClient(arguments..., false, nullptr); });
+        return MessageOf<std::runtime_error>([&] { pipe->AddClient(arguments..., false, nullptr); });
     };
     EXPECT_EQ(add(2u, WString()), "Cant create client: connection string is empty");
     EXPECT_EQ(add(1u, server.name), "Cant create client: client with specified ID already exists");
@@ -118,16 +118,16 @@ TEST(MultiClientPipe, RefusesBadClients)
     EXPECT_THROW(pipe->AddClient(2, UniquePipeName(), true, nullptr), Win32Exception);
     EXPECT_EQ(pipe->GetListOfClientIDs(), std::list<std::uint32_t>{1});
     EXPECT_EQ(pipe->GetDefaultClientId(), 0xFFFFFFFFu);
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { pipe->RegisterReceiveCallback(nullptr); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { pipe->RegisterReceiveCallback(nullptr); }),
               "The callback function shouldn't be null");
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { pipe->GetClientConnectionString(9); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { pipe->GetClientConnectionString(9); }),
               "A client with this ID 9 doesn't exist");
     pipe->SetDefaultClient(9);
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { pipe->GetClientConnectionString(9); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { pipe->GetClientConnectionString(9); }),
               "A default client with this ID 9 doesn't exist");
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { pipe->ReconnectClient(9); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { pipe->ReconnectClient(9); }),
               "ReconnectClient: Can't find specified client");
-    EXPECT_EQ(TextOf<ClosedConnectionException>([&] { pipe->WriteMessage(9, "x"_w, true); }),
+    EXPECT_EQ(MessageOf<ClosedConnectionException>([&] { pipe->WriteMessage(9, "x"_w, true); }),
               "Client connection is already closed: WriteMessage: Can't find specified client. clId = 9");
 }
 
@@ -175,7 +175,7 @@ TEST(MultiClientPipe, KeepsADroppedClientThatNobodyAsksAfter)
     other->pipe->AddClient(0, server.name, false, nullptr);
     other->pipe->Stop();
     ASSERT_TRUE(Eventually([&] { return server.log.Contains("OnClientDropped] Step 0, clId:0"_w); }));
-    EXPECT_TRUE(TextOf<ClosedConnectionException>([&] { server.pipe->WriteMessage(0, "x"_w, true); })
+    EXPECT_TRUE(MessageOf<ClosedConnectionException>([&] { server.pipe->WriteMessage(0, "x"_w, true); })
                     .starts_with("Client connection is already closed: WriteMessage: Can't find specified client, "
                                  "clId = 0, "));
     EXPECT_EQ(server.pipe->GetListOfClientIDs().size(), 1u);
@@ -201,7 +201,7 @@ TEST(MultiClientPipe, TriesAllClientsBeforeItComplains)
     Listener good;
     server.pipe->AddClient(1, [] { return WString(); }, false, nullptr);
     server.pipe->AddClient(2, good.name, false, nullptr);
-    EXPECT_EQ(TextOf<ClosedConnectionException>([&] { server.pipe->WriteMessage("all"_w); }),
+    EXPECT_EQ(MessageOf<ClosedConnectionException>([&] { server.pipe->WriteMessage("all"_w); }),
               "Client connection is already closed: WriteMessage: Specified client is nullptr");
     EXPECT_TRUE(good.Received(0, "all"_w));
 }

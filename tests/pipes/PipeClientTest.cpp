@@ -46,7 +46,8 @@ TEST(PipeClient, HasDefaults)
     AsyncNamedPipeClient client("name"_w, 0);
     EXPECT_EQ(client.GetTimeout(), 5000u);
     EXPECT_EQ(client.GetEncoding(), NamedPipeMessageEncoding::Utf8);
-    EXPECT_EQ(TextOf<std::runtime_error>([] { AsyncNamedPipeClient(""_w, 1); }), "Named pipe name should not be empty");
+    EXPECT_EQ(MessageOf<std::runtime_error>([] { AsyncNamedPipeClient(""_w, 1); }),
+              "Named pipe name should not be empty");
 }
 
 TEST(PipeClient, TriesFiveTimesToFindAServer)
@@ -54,7 +55,7 @@ TEST(PipeClient, TriesFiveTimesToFindAServer)
     const WString name = UniquePipeName();
     AsyncNamedPipeClient client(name, 100);
     const auto begin = Clock::now();
-    const auto text = TextOf<Win32Exception>([&] { client.Open(SharedHandle()); });
+    const auto text = MessageOf<Win32Exception>([&] { client.Open(SharedHandle()); });
     EXPECT_GE(Clock::now() - begin, milliseconds(990));
     EXPECT_TRUE(text.starts_with("Failed to connect to the pipe: " + Bytes(name))) << text;
     EXPECT_EQ(CodeOf([&] { client.Open(SharedHandle()); }), DWORD{ERROR_FILE_NOT_FOUND});
@@ -97,7 +98,7 @@ TEST(PipeClient, RefusesAServerAtOnce)
         ++asked;
         return false;
     });
-    const auto text = TextOf<Win32Exception>([&] { client.Open(SharedHandle()); });
+    const auto text = MessageOf<Win32Exception>([&] { client.Open(SharedHandle()); });
     EXPECT_TRUE(text.starts_with("Error opening named pipe: " + Bytes(name) + ". Signature is invalid")) << text;
     EXPECT_EQ(asked, 1);
     EXPECT_FALSE(client.IsInitialized());
@@ -140,7 +141,7 @@ TEST(PipeClient, DamagesASequenceAcrossAChunkOnly)
 TEST(PipeClient, LosesNothingToATimeOut)
 {
     Peers peers(4096, 20);
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { peers.client.ReadMessage().get(); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { peers.client.ReadMessage().get(); }),
               "Timeout expired while reading from named pipe");
     peers.other.WriteMessageSync("late"_w, true);
     peers.client.SetTimeout(20000);
@@ -151,7 +152,7 @@ TEST(PipeClient, GivesUpAWriteThatNobodyTakes)
 {
     Peers peers(512, 50);
     const WString message(1 << 21, WChar('w'));
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { peers.client.WriteMessage(message, true).get(); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { peers.client.WriteMessage(message, true).get(); }),
               "Timeout 50 expired while writing to named pipe");
     const auto begin = Clock::now();
     peers.client.Close();
@@ -186,13 +187,13 @@ TEST(PipeClient, TellsThatTheServerHasGone)
         Peers peers;
         ASSERT_TRUE(::DisconnectNamedPipe(peers.server->pipe.get()));
         EXPECT_TRUE(
-            TextOf<Win32Exception>([&] { peers.client.WriteMessageSync("x"_w, true); }).starts_with("Disconnected"));
+            MessageOf<Win32Exception>([&] { peers.client.WriteMessageSync("x"_w, true); }).starts_with("Disconnected"));
     }
     {
         ConnectedPipe pipe;
         pipe.server->pipe = SharedHandle();
         EXPECT_EQ(CodeOf([&] { pipe.client.ReadMessageSync(); }), DWORD{ERROR_BROKEN_PIPE});
-        EXPECT_TRUE(TextOf<Win32Exception>([&] {
+        EXPECT_TRUE(MessageOf<Win32Exception>([&] {
                         pipe.client.WriteMessageSync("x"_w, true);
                     }).starts_with("Error writing to named pipe"));
         EXPECT_TRUE(pipe.client.IsInitialized());
@@ -255,7 +256,7 @@ TEST(PipeClient, ReportsFailuresOfThePlatform)
     {
         ConnectedPipe pipe;
         const ForcedFailure failure(call, ERROR_GEN_FAILURE, {.threads = FailingThreads::Calling});
-        const auto thrown = TextOf<Win32Exception>([&] { action(pipe); });
+        const auto thrown = MessageOf<Win32Exception>([&] { action(pipe); });
         EXPECT_TRUE(thrown.starts_with(text)) << thrown << ", expected " << text;
         EXPECT_EQ(failure.Failures(), 1u) << text;
     }
@@ -269,7 +270,7 @@ TEST(PipeClient, ReportsAFailedEndOfAWrite)
     {
         const ForcedFailure failure(ForcedCall::GetOverlappedResult, ERROR_GEN_FAILURE,
                                     {.threads = FailingThreads::Calling});
-        EXPECT_TRUE(TextOf<Win32Exception>([&] {
+        EXPECT_TRUE(MessageOf<Win32Exception>([&] {
                         peers.client.WriteMessageSync(message, true);
                     }).starts_with("Error writing to named pipe"));
     }

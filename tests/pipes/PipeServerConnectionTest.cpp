@@ -257,7 +257,7 @@ TEST_F(PipeServerConnection, ReportsAnAnswerThatNobodyTakes)
 TEST_F(PipeServerConnection, NeedsAStopEvent)
 {
     const ForcedFailure failure(ForcedCall::CreateEventW, ERROR_TOO_MANY_OPEN_FILES);
-    EXPECT_EQ(TextOf<std::runtime_error>([&] { Make(Echo); }),
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { Make(Echo); }),
               "ActiveNamedPipeServerConnection: Failed to create stop event.");
 }
 

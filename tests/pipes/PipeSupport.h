@@ -4,6 +4,7 @@
 #include "Quoll/Errors.h"
 #include "Quoll/PipeClient.h"
 #include "Quoll/PipeFraming.h"
+#include "support/MessageOf.h"
 
 #include <windows.h>
 
@@ -30,21 +31,7 @@ struct ConnectedPipe
     Utilities::AsyncNamedPipeClient client;
 };
 
-/// The text of the exception of exactly this kind that the function throws.
-template<class Exception, class Function>
-std::string TextOf(Function function)
-{
-    try
-    {
-        function();
-    }
-    catch (const Exception& exception)
-    {
-        return exception.what();
-    }
-    return "nothing thrown";
-}
-
+/// The code of the platform's exception that the function throws, or success.
 template<class Function>
 DWORD CodeOf(Function function)
 {
