@@ -39,6 +39,8 @@
 #include "Quoll/TextCodecs.h"
 #include "Quoll/ThreadPool.h"
 #include "Quoll/TimeSpan.h"
+#include "Quoll/Timer.h"
+#include "Quoll/TimerThread.h"
 #include "Quoll/UserLocalFormat.h"
 #include "Quoll/UtcTime.h"
 #include "Quoll/Version.h"

@@ -23,6 +23,13 @@ public:
         }
         return deadline;
     }
+    /// A moment in nanoseconds; below 0 it never passes.
+    static Deadline At(std::int64_t nanoseconds) noexcept
+    {
+        Deadline deadline;
+        deadline.m_nanoseconds = nanoseconds;
+        return deadline;
+    }
     static std::int64_t Now() noexcept
     {
         timespec now{};

@@ -1,4 +1,5 @@
 #include "platform/helper_threads.h"
+#include "platform/process_end.h"
 
 #include <windows.h>
 
@@ -49,6 +50,7 @@ private:
         {
             return false;
         }
+        KeepLibraryLoaded();
         std::thread([this] { Serve(); }).detach();
         ++m_threads;
         return true;

@@ -22,5 +22,6 @@
 #include "win32/services.h"
 #include "win32/text.h"
 #include "win32/time.h"
+#include "win32/timers.h"
 #include "win32/versions.h"
 #include "win32/waits.h"
