@@ -48,10 +48,10 @@ public:
     ~Owner()
     {
         auto& shared = Shared::Instance();
-        if (!Platform::AreOtherThreadsGone())
+        // Otherwise the queue goes with the process, and its callbacks do nothing until then.
+        if (!Platform::AreOtherThreadsGone() && WaitForCallbacks(shared))
         {
-            const bool allEnded = WaitForCallbacks(shared);
-            DeleteTimerQueueEx(shared.queue, allEnded ? INVALID_HANDLE_VALUE : nullptr);
+            DeleteTimerQueueEx(shared.queue, INVALID_HANDLE_VALUE);
         }
         shared.hasEnded = true;
     }

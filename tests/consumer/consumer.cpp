@@ -1,12 +1,14 @@
 // Throws across the border of the installed library and looks at what arrives.
 #include "Quoll/Quoll.h"
 
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
 using namespace Quoll::Literals;
 using Quoll::Utilities::ConversionException;
@@ -84,10 +86,22 @@ void TextCrossesTheBorder()
     Expect(StringUtilities::Utf16ToUtf8(wide) == longer + "\xE2\x82\xAC", "wide text becomes bytes");
 }
 
+// Nobody stops it: the library ends beside it.
+void TimersRun()
+{
+    static std::atomic<int> runs{0};
+    [[maybe_unused]] static const auto& timer = *new Quoll::Utilities::Timer(1, false, [] { ++runs; });
+    while (runs < 3)
+    {
+        std::this_thread::yield();
+    }
+}
+
 } // namespace
 
 int main()
 {
+    TimersRun();
     for (int round = 0; round < 3; ++round)
     {
         ThrownInTheLibrary();

@@ -1,0 +1,288 @@
+#include "Quoll/TimerThread.h"
+
+#include "Quoll/Errors.h"
+#include "support/ChildProcess.h"
+#include "support/Eventually.h"
+#include "support/ForcedFailure.h"
+#include "support/Gate.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace Quoll::Tests
+{
+
+using Utilities::TimerThread;
+using Utilities::Win32Exception;
+
+namespace
+{
+
+constexpr std::uint32_t Never = 0xFFFFFFFF;
+
+std::string TextOf(const std::exception_ptr& exception)
+{
+    try
+    {
+        std::rethrow_exception(exception);
+    }
+    catch (const std::exception& caught)
+    {
+        return caught.what();
+    }
+}
+
+/// Runs on demand only, and tells how often it ran.
+class OnDemand
+{
+public:
+    bool RunsAgain()
+    {
+        const int before = runs;
+        thread.SetEvent();
+        return Eventually([&] { return runs > before; });
+    }
+
+    std::atomic<int> runs{0};
+    TimerThread thread{[this] { ++runs; }, Never};
+};
+
+TEST(TimerThreadTest, RunsEveryInterval)
+{
+    for (const std::uint32_t interval : {0u, 1u})
+    {
+        std::atomic<int> runs{0};
+        TimerThread thread([&] { ++runs; }, Never);
+        thread.SetInterval(interval);
+        EXPECT_EQ(thread.GetInterval(), interval);
+        thread.Start();
+        EXPECT_TRUE(Eventually([&] { return runs > 20; }));
+        thread.Stop();
+        const int after = runs;
+        thread.Stop();
+        EXPECT_EQ(runs, after);
+    }
+}
+
+TEST(TimerThreadTest, RunsOnlyWhenToldWithAnEndlessInterval)
+{
+    OnDemand demand;
+    demand.thread.Start();
+    EXPECT_TRUE(demand.RunsAgain());
+    EXPECT_TRUE(demand.RunsAgain());
+    EXPECT_EQ(demand.runs, 2);
+    demand.thread.Stop();
+    EXPECT_EQ(demand.runs, 3) << "once more on the way out";
+    demand.thread.Start();
+    EXPECT_TRUE(demand.RunsAgain());
+    EXPECT_EQ(demand.runs, 4) << "a start doesn't run it at once";
+}
+
+TEST(TimerThreadTest, EventsDuringARunFoldIntoOne)
+{
+    std::atomic<int> runs{0};
+    Gate begun;
+    Gate go;
+    TimerThread thread(
+        [&] {
+            if (++runs == 1)
+            {
+                begun.Open();
+                go.Wait();
+            }
+        },
+        Never);
+    thread.Start();
+    thread.SetEvent();
+    begun.Wait();
+    for (int i = 0; i < 1'000'000; ++i)
+    {
+        thread.SetEvent();
+    }
+    go.Open();
+    EXPECT_TRUE(Eventually([&] { return runs == 2; }));
+    thread.Pause(); // so that Stop doesn't run it
+    thread.Stop();
+    EXPECT_EQ(runs, 2);
+}
+
+TEST(TimerThreadTest, APauseSkipsTheActionUntilTheNextStart)
+{
+    OnDemand demand;
+    demand.thread.Start();
+    demand.thread.Pause();
+    demand.thread.SetEvent();
+    demand.thread.Stop();
+    EXPECT_EQ(demand.runs, 0);
+    demand.thread.Start(); // from stopped: it stays paused
+    demand.thread.SetEvent();
+    demand.thread.Start(); // resumes, and runs at once
+    EXPECT_TRUE(Eventually([&] { return demand.runs > 0; }));
+    demand.thread.Start(); // nothing to resume
+    EXPECT_TRUE(demand.RunsAgain());
+}
+
+TEST(TimerThreadTest, KeepsExceptionsInTheirOrder)
+{
+    std::atomic<int> runs{0};
+    TimerThread thread([&] { throw std::out_of_range(std::to_string(runs++)); }, 0);
+    EXPECT_FALSE(thread.HasExceptions());
+    thread.Start();
+    std::vector<std::exception_ptr> all;
+    while (all.size() < 1000)
+    {
+        for (auto& exception : thread.ResetExceptions())
+        {
+            all.push_back(std::move(exception));
+        }
+    }
+    thread.Stop();
+    EXPECT_TRUE(thread.HasExceptions()) << "they survive the stop, which ran it once more";
+    for (auto& exception : thread.ResetExceptions())
+    {
+        all.push_back(std::move(exception));
+    }
+    EXPECT_FALSE(thread.HasExceptions());
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(runs));
+    for (std::size_t i = 0; i < all.size(); ++i)
+    {
+        EXPECT_EQ(TextOf(all[i]), std::to_string(i));
+    }
+}
+
+TEST(TimerThreadTest, AStopFromItsOwnActionEndsItAllTheSame)
+{
+    std::atomic<int> runs{0};
+    std::unique_ptr<TimerThread> thread;
+    bool startsAgain = false;
+    thread = std::make_unique<TimerThread>(
+        [&] {
+            ++runs;
+            try
+            {
+                thread->Stop();
+            }
+            catch (const std::system_error&)
+            {
+                if (!startsAgain)
+                {
+                    throw;
+                }
+            }
+            thread->Start();
+        },
+        0);
+    for (int round = 1; round <= 4; ++round)
+    {
+        startsAgain = round > 2;
+        thread->Start(); // joins the thread of the round before
+        EXPECT_TRUE(Eventually([&] { return thread->HasExceptions(); }));
+        EXPECT_EQ(runs, round);
+        for (const auto& exception : thread->ResetExceptions())
+        {
+            try
+            {
+                std::rethrow_exception(exception);
+            }
+            catch (const std::system_error& error)
+            {
+                EXPECT_EQ(error.code(), std::errc::resource_deadlock_would_occur);
+            }
+        }
+        if (round == 2)
+        {
+            thread->Stop();
+        }
+    }
+    thread.reset();
+    EXPECT_EQ(runs, 4);
+}
+
+TEST(TimerThreadTest, SetActionWaitsForARunAndAnEmptyActionIsSkipped)
+{
+    Gate begun;
+    std::atomic<bool> ended{false};
+    TimerThread thread(
+        [&] {
+            begun.Open();
+            for (int i = 0; i < 1000; ++i)
+            {
+                std::this_thread::yield();
+            }
+            ended = true;
+        },
+        Never);
+    thread.Start();
+    thread.SetEvent();
+    begun.Wait();
+    thread.SetAction(nullptr);
+    EXPECT_TRUE(ended);
+    thread.SetInterval(0);
+    thread.SetEvent();
+    std::atomic<int> runs{0};
+    thread.SetAction([&] { ++runs; });
+    EXPECT_TRUE(Eventually([&] { return runs > 2; }));
+    thread.Stop();
+    EXPECT_FALSE(thread.HasExceptions());
+}
+
+TEST(TimerThreadTest, AllFromManyThreads)
+{
+    std::atomic<int> runs{0};
+    TimerThread thread([&] { ++runs; }, 0);
+    thread.Start();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+    {
+        threads.emplace_back([&] {
+            for (std::uint32_t round = 0; round < 500; ++round)
+            {
+                thread.SetInterval(round % 2);
+                thread.SetEvent();
+                thread.SetAction([&] {
+                    ++runs;
+                    throw std::runtime_error("kept");
+                });
+                thread.Pause();
+                thread.ResetExceptions();
+                EXPECT_LE(thread.GetInterval(), 1u);
+            }
+        });
+    }
+    for (auto& each : threads)
+    {
+        each.join();
+    }
+    thread.Start();
+    EXPECT_TRUE(Eventually([&] { return thread.HasExceptions(); }));
+}
+
+TEST(TimerThreadTest, NeedsAnEvent)
+{
+    const ForcedFailure failure(ForcedCall::CreateEventW, ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_THROW(TimerThread([] {}, 1), Win32Exception);
+}
+
+CHILD_PROCESS(ForeignException)
+{
+    TimerThread thread([] { throw 5; }, 0);
+    thread.Start();
+    Gate().Wait();
+    return 0;
+}
+
+TEST(TimerThreadTest, AnyOtherExceptionEndsTheProcess)
+{
+    EXPECT_NE(ChildProcess("ForeignException").Wait(), 0);
+}
+
+} // namespace
+
+} // namespace Quoll::Tests
