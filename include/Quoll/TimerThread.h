@@ -42,7 +42,7 @@ public:
     /// std::errc::resource_deadlock_would_occur if the action starts its own thread after it has stopped it.
     virtual void Start() = 0;
 
-    /// Ends the thread and waits for it. The action runs once more on the way, unless the thread is paused.
+    /// Ends the thread and waits for it. A thread that isn't paused and waits runs the action once more on the way.
     /// Action, interval and kept exceptions stay.
     ///
     /// Called by the action itself it throws std::system_error with

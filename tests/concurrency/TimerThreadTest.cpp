@@ -143,8 +143,9 @@ TEST(TimerThreadTest, KeepsExceptionsInTheirOrder)
             all.push_back(std::move(exception));
         }
     }
+    EXPECT_TRUE(Eventually([&] { return thread.HasExceptions(); }));
     thread.Stop();
-    EXPECT_TRUE(thread.HasExceptions()) << "they survive the stop, which ran it once more";
+    EXPECT_TRUE(thread.HasExceptions()) << "they survive the stop";
     for (auto& exception : thread.ResetExceptions())
     {
         all.push_back(std::move(exception));
