@@ -1,4 +1,5 @@
 // Thread pools beside Boost.Asio's and a deque under a mutex.
+#include "Quoll/SystemThreadPool.h"
 #include "Quoll/ThreadPool.h"
 #include "Ratios.h"
 
@@ -6,6 +7,9 @@
 #include <boost/asio/packaged_task.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
+
+#include <tbb/task_arena.h>
+#include <tbb/task_group.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -191,6 +195,63 @@ void OneTask(benchmark::State& state, int workersCpu)
     sched_setaffinity(0, sizeof before, &before);
 }
 
+constexpr int crowd = 1'000'000;
+
+// A million empty tasks from one thread, until the last has ended.
+void CrowdOfQuoll(benchmark::State& state)
+{
+    Quoll::Utilities::SystemThreadPool pool;
+    for (auto _ : state)
+    {
+        for (int i = 0; i < crowd; ++i)
+        {
+            pool.Submit([] {});
+        }
+        pool.Wait();
+    }
+}
+
+void CrowdOfAsio(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        boost::asio::thread_pool pool(std::thread::hardware_concurrency());
+        for (int i = 0; i < crowd; ++i)
+        {
+            boost::asio::post(pool, [] {});
+        }
+        pool.join();
+    }
+}
+
+// The waiting thread is one of the threads that run the tasks.
+void CrowdOfTaskGroup(benchmark::State& state)
+{
+    tbb::task_group group;
+    for (auto _ : state)
+    {
+        for (int i = 0; i < crowd; ++i)
+        {
+            group.run([] {});
+        }
+        group.wait();
+    }
+}
+
+void CrowdOfTaskArena(benchmark::State& state)
+{
+    tbb::task_arena arena(static_cast<int>(std::thread::hardware_concurrency()));
+    tbb::task_group group;
+    for (auto _ : state)
+    {
+        for (int i = 0; i < crowd; ++i)
+        {
+            arena.enqueue(group.defer([] {}));
+        }
+        arena.execute([&group] { group.wait(); });
+    }
+}
+
 template<class Pool>
 void Register(const std::string& who)
 {
@@ -209,5 +270,9 @@ int main(int argc, char** argv)
     Register<QuollPool>("quoll");
     Register<AsioPool>("asio");
     Register<PlainPool>("deque");
+    benchmark::RegisterBenchmark("a million empty tasks/quoll", CrowdOfQuoll)->UseRealTime();
+    benchmark::RegisterBenchmark("a million empty tasks/asio", CrowdOfAsio)->UseRealTime();
+    benchmark::RegisterBenchmark("a million empty tasks/tbb task_group", CrowdOfTaskGroup)->UseRealTime();
+    benchmark::RegisterBenchmark("a million empty tasks/tbb task_arena", CrowdOfTaskArena)->UseRealTime();
     return Quoll::Benchmarks::RunAndCompare(argc, argv);
 }

@@ -35,6 +35,7 @@
 #include "Quoll/StringUtilities.h"
 #include "Quoll/StructuredException.h"
 #include "Quoll/Synchronization.h"
+#include "Quoll/SystemThreadPool.h"
 #include "Quoll/Task.h"
 #include "Quoll/TextCodecs.h"
 #include "Quoll/ThreadPool.h"

@@ -6,6 +6,8 @@
 #include "platform/linux/HandleTable.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -20,7 +22,14 @@ namespace
 // Short work that waits behind blocked threads for so long gets another thread.
 constexpr std::chrono::milliseconds patience{4};
 
+/// Begun pieces of short work, as their thread counts them.
+struct alignas(64) Progress
+{
+    std::atomic<std::uint64_t> count{0};
+};
+
 constinit thread_local bool onHelperThread = false;
+constinit thread_local Progress* ownProgress = nullptr;
 
 class Queue
 {
@@ -77,6 +86,18 @@ public:
         return true;
     }
 
+    bool Reserve() noexcept
+    {
+        const std::lock_guard guard(m_lock);
+        return m_threads > 0 || StartThread();
+    }
+
+    void SubmitAgain(HelperWork& work) noexcept
+    {
+        const std::lock_guard guard(m_lock);
+        m_short.Push(work);
+    }
+
 private:
     // Whether the work about to be queued has a thread, or at least one to wait for.
     bool FindThread(HelperThreads::Kind kind) noexcept
@@ -113,6 +134,7 @@ private:
     {
         onHelperThread = true;
         std::unique_lock guard(m_lock);
+        ownProgress = &m_progress[m_serving++];
         for (;;)
         {
             ++m_idle;
@@ -136,7 +158,7 @@ private:
     void RunShort(std::unique_lock<std::mutex>& guard) noexcept
     {
         HelperWork& work = m_short.Pop();
-        ++m_shortBegun;
+        HelperThreads::NoteProgress();
         m_shortIsOverdue = false;
         guard.unlock();
         work.run(work);
@@ -166,17 +188,27 @@ private:
         for (;;)
         {
             m_watch.wait(guard, [this] { return m_watching; });
-            const std::size_t begun = m_shortBegun;
+            const std::uint64_t begun = Begun();
             guard.unlock();
             std::this_thread::sleep_for(patience);
             guard.lock();
             m_watching = m_short.Size() > 0;
-            if (m_watching && m_shortBegun == begun)
+            if (m_watching && Begun() == begun)
             {
                 m_shortIsOverdue = true;
                 StartThread();
             }
         }
+    }
+
+    std::uint64_t Begun() const noexcept
+    {
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < m_serving; ++i)
+        {
+            sum += m_progress[i].count.load(std::memory_order_relaxed);
+        }
+        return sum;
     }
 
     const std::size_t m_processors = std::max(std::thread::hardware_concurrency(), 1U);
@@ -188,7 +220,8 @@ private:
     std::size_t m_threads = 0;
     std::size_t m_idle = 0; // those that sleep, and those that are awake but haven't taken their work yet
     std::size_t m_atLongWork = 0;
-    std::size_t m_shortBegun = 0;
+    std::size_t m_serving = 0; // threads that have reached their loop
+    std::array<Progress, maxHelperThreads> m_progress;
     bool m_shortIsOverdue = false; // it goes before long work then
     bool m_hasWatcher = false;
     bool m_watching = false;
@@ -205,6 +238,27 @@ bool HelperThreads::Submit(HelperWork& work, Kind kind) noexcept
         return Fail(ERROR_INVALID_HANDLE) != FALSE;
     }
     return Crew::Instance().Submit(work, kind);
+}
+
+bool HelperThreads::Reserve() noexcept
+{
+    PrepareForFork();
+    if (!HandleTable::IsValid())
+    {
+        return Fail(ERROR_INVALID_HANDLE) != FALSE;
+    }
+    return Crew::Instance().Reserve();
+}
+
+void HelperThreads::SubmitAgain(HelperWork& work) noexcept
+{
+    Crew::Instance().SubmitAgain(work);
+}
+
+void HelperThreads::NoteProgress() noexcept
+{
+    auto& count = ownProgress->count;
+    count.store(count.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
 bool SubmitHelperWork(HelperWork& work) noexcept

@@ -23,6 +23,16 @@ public:
     /// Queues the work; allocates nothing. False with the last error if there is no thread and none can be
     /// made, or after a fork: the work isn't queued then.
     static bool Submit(HelperWork& work, Kind kind) noexcept;
+
+    /// Sees to it that later work can't be refused, but for a fork. False with the last error as Submit.
+    static bool Reserve() noexcept;
+
+    /// Queues short work again, from its own run, which ends with that: nobody is woken, because the calling
+    /// thread looks next.
+    static void SubmitAgain(HelperWork& work) noexcept;
+
+    /// Short work whose run does many things tells that another has begun, so that it isn't taken for blocked.
+    static void NoteProgress() noexcept;
 };
 
 } // namespace Quoll::Platform

@@ -21,6 +21,7 @@
 #include "win32/security.h"
 #include "win32/services.h"
 #include "win32/text.h"
+#include "win32/threadpool.h"
 #include "win32/time.h"
 #include "win32/timers.h"
 #include "win32/versions.h"
