@@ -12,8 +12,8 @@ using namespace Quoll::Literals;
 bool AreOtherThreadsGone() noexcept
 {
     using IsEnding = BOOLEAN(NTAPI*)();
-    static const auto isEnding = reinterpret_cast<IsEnding>(reinterpret_cast<void (*)()>(
-        GetProcAddress(GetModuleHandleW("ntdll.dll"_w), "RtlDllShutdownInProgress")));
+    static const auto isEnding = reinterpret_cast<IsEnding>(
+        reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleW("ntdll.dll"_w), "RtlDllShutdownInProgress")));
     return isEnding != nullptr && isEnding() != FALSE;
 }
 
