@@ -18,6 +18,7 @@ namespace Quoll::Platform
 {
 
 template<class Record>
+// NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): records are made by the table alone
 struct TableEntry
 {
     std::uint32_t index = 0;
