@@ -36,8 +36,9 @@ public:
     ITimerThread(const ITimerThread&) = delete;            ///< A thread has one owner.
     ITimerThread& operator=(const ITimerThread&) = delete; ///< A thread has one owner.
 
-    /// Starts the thread, or resumes it if it is paused. The action runs first one interval later; a thread that
-    /// is resumed runs it at once. A start after Stop doesn't resume what was paused before: a second one does.
+    /// Starts the thread, or resumes it if it is paused. The action runs first one interval later, or at once after
+    /// a SetEvent that no run has answered, such as that of a Stop during a run; a thread that is resumed runs it
+    /// at once. A start after Stop doesn't resume what was paused before: a second one does.
     /// Throws std::system_error if there is no thread to be had (it stays stopped then), and with
     /// std::errc::resource_deadlock_would_occur if the action starts its own thread after it has stopped it.
     virtual void Start() = 0;

@@ -69,8 +69,6 @@ void TimerThread::Join()
     }
     m_thread->join();
     m_thread.reset();
-    // The thread may have ended without taking notice of it.
-    EventAccessControl::ResetEvent(m_wakeUp);
 }
 
 void TimerThread::Pause()

@@ -6,12 +6,12 @@
 
 #include "support/Eventually.h"
 #include "support/ForcedFailure.h"
+#include "support/Gate.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -66,40 +66,6 @@ End EndOf(std::future<int>& future)
     }
 }
 
-// Opens when as many have arrived as were awaited.
-class Gate
-{
-public:
-    explicit Gate(unsigned awaited)
-        : m_awaited(awaited)
-    {
-    }
-    void Arrive()
-    {
-        const std::lock_guard guard(m_lock);
-        if (m_awaited > 0)
-        {
-            --m_awaited;
-        }
-        m_changed.notify_all();
-    }
-    bool IsOpen()
-    {
-        const std::lock_guard guard(m_lock);
-        return m_awaited == 0;
-    }
-    void Wait()
-    {
-        std::unique_lock guard(m_lock);
-        m_changed.wait(guard, [this] { return m_awaited == 0; });
-    }
-
-private:
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    unsigned m_awaited;
-};
-
 // Keeps one worker in a task until it is released, or goes.
 class Blocker
 {
@@ -126,8 +92,8 @@ public:
     }
 
 private:
-    Gate m_begun{1};
-    Gate m_release{1};
+    Gate m_begun;
+    Gate m_release;
     std::future<int> m_end;
 };
 
@@ -409,7 +375,7 @@ TEST(ThreadPoolTest, ATaskMayDestroyThePool)
 {
     auto pool = std::make_shared<ThreadPool>(3);
     pool->Start();
-    Gate mine(1);
+    Gate mine;
     auto task = pool->ScheduleTask([&mine, own = pool]() mutable {
         mine.Wait();
         own.reset();

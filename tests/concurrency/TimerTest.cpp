@@ -112,7 +112,7 @@ TEST(TimerTest, StopWaitsForTheActionButNotFromWithinIt)
         Gate started;
         timer.Start(0, false, [&] {
             started.Wait();
-            begun.Open();
+            begun.Arrive();
             if (fromWithin)
             {
                 timer.Stop();
@@ -121,7 +121,7 @@ TEST(TimerTest, StopWaitsForTheActionButNotFromWithinIt)
             std::this_thread::yield();
             ended = true;
         });
-        started.Open();
+        started.Arrive();
         begun.Wait();
         if (fromWithin)
         {

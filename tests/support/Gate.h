@@ -1,4 +1,5 @@
-// Holds threads up until it is opened. std::latch and std::barrier lose a wake-up under Wine now and then.
+// Holds threads up until as many have arrived as are awaited. std::latch and std::barrier lose a wake-up under Wine
+// now and then.
 #pragma once
 
 #include <condition_variable>
@@ -10,22 +11,34 @@ namespace Quoll::Tests
 class Gate
 {
 public:
-    void Open()
+    explicit Gate(unsigned awaited = 1)
+        : m_awaited(awaited)
+    {
+    }
+    void Arrive()
     {
         const std::lock_guard guard(m_lock);
-        m_isOpen = true;
-        m_opened.notify_all();
+        if (m_awaited > 0)
+        {
+            --m_awaited;
+        }
+        m_changed.notify_all();
+    }
+    bool IsOpen()
+    {
+        const std::lock_guard guard(m_lock);
+        return m_awaited == 0;
     }
     void Wait()
     {
         std::unique_lock guard(m_lock);
-        m_opened.wait(guard, [this] { return m_isOpen; });
+        m_changed.wait(guard, [this] { return m_awaited == 0; });
     }
 
 private:
     std::mutex m_lock;
-    std::condition_variable m_opened;
-    bool m_isOpen = false;
+    std::condition_variable m_changed;
+    unsigned m_awaited;
 };
 
 } // namespace Quoll::Tests
