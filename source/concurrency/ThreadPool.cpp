@@ -27,6 +27,22 @@ struct ThreadPool::State
         }
     }
 
+    // Scheduling mostly finds the event set, and needn't ask the system to set it again. The flag is set before
+    // the event and cleared after it: while it is set, the event is too, or will be, or a worker is about to
+    // look at the queue.
+    void SetEvent()
+    {
+        if (!isEventSet.exchange(true))
+        {
+            EventAccessControl::SetEvent(event);
+        }
+    }
+    void ResetEvent()
+    {
+        EventAccessControl::ResetEvent(event);
+        isEventSet.exchange(false); // sees all that was queued before the flag was set
+    }
+
     void PopAndExecute() noexcept
     {
         --idle;
@@ -41,6 +57,7 @@ struct ThreadPool::State
     ThreadList threads;
     TaskQueue tasks;
     SharedHandle event = EventAccessControl::CreateLocalEvent(true, false);
+    std::atomic<bool> isEventSet{false};
     std::atomic<bool> stop{false};
     std::atomic<bool> accepting{false};
     std::atomic<bool> paused{false};
@@ -81,7 +98,7 @@ void ThreadPool::Start()
     m_state->stop = false;
     m_state->paused = false;
     m_state->accepting = true;
-    EventAccessControl::SetEvent(m_state->event);
+    m_state->SetEvent();
 }
 
 void ThreadPool::Pause()
@@ -94,7 +111,7 @@ void ThreadPool::Stop()
     m_state->accepting = false;
     m_state->tasks.Clear();
     m_state->stop = true;
-    EventAccessControl::SetEvent(m_state->event);
+    m_state->SetEvent();
     JoinAndClearThreads();
 }
 
@@ -104,7 +121,7 @@ void ThreadPool::WaitAndStop()
     for (unsigned int attempts = MAXIMUM_WAIT_ATTEMPTS_BEFORE_CLOSE; attempts > 0 && !m_state->tasks.IsEmpty();
          --attempts)
     {
-        EventAccessControl::SetEvent(m_state->event);
+        m_state->SetEvent();
         std::this_thread::sleep_for(std::chrono::milliseconds(WAIT_INTERVAL_BETWEEN_ATTEMPTS_TO_CLOSE));
     }
     m_state->stop = true;
@@ -120,7 +137,7 @@ std::future<int> ThreadPool::ScheduleTask(std::function<void()> task)
     PackagedTask::Owner packaged = PackagedTask::Make(std::move(task));
     std::future<int> future = packaged->Future();
     m_state->tasks.Push(std::move(packaged));
-    EventAccessControl::SetEvent(m_state->event);
+    m_state->SetEvent();
     return future;
 }
 
@@ -135,7 +152,7 @@ void ThreadPool::Resize(unsigned int threadCount)
     {
         RemoveThreads(static_cast<unsigned int>(size) - threadCount);
     }
-    EventAccessControl::SetEvent(m_state->event);
+    m_state->SetEvent();
 }
 
 bool ThreadPool::HasWaitingThreads() const
@@ -154,7 +171,7 @@ void ThreadPool::WorkerThread()
         {
             continue;
         }
-        EventAccessControl::ResetEvent(state->event);
+        state->ResetEvent();
         state->PopAndExecute();
     }
     --state->idle;
