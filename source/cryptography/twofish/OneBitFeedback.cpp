@@ -22,7 +22,7 @@ void Shift(Register& bytes, unsigned bit) noexcept
     {
         bytes[i] = static_cast<std::uint8_t>(bytes[i] << 1 | bytes[i + 1] >> 7);
     }
-    bytes.back() = static_cast<std::uint8_t>(bytes.back() << 1 | bit);
+    bytes.back() = static_cast<std::uint8_t>(unsigned{bytes.back()} << 1 | bit);
 }
 
 // The mode as it is told: bit by bit. It is the oracle of the other variants.

@@ -93,6 +93,10 @@ Schedule::Schedule(std::span<const std::uint8_t> key) noexcept
         }
     }
     Wipe(bytes.data(), bytes.size());
+    for (KeyHalf* const half : {&even, &odd, &sbox})
+    {
+        Wipe(half->data(), sizeof(*half));
+    }
 }
 
 Schedule::~Schedule()
