@@ -30,7 +30,7 @@ Timer::~Timer()
 void Timer::Start(int interval, bool runOnce, const std::function<void()>& action)
 {
     constexpr const char* failure = "CreateTimerQueueTimer failed.";
-    m_isRunOnce = runOnce;
+    m_isRunOnce.store(runOnce, std::memory_order_release);
     if (SharedTimerQueue::IsGone())
     {
         throw Win32Exception(failure, ERROR_INVALID_HANDLE);
@@ -71,7 +71,7 @@ void Timer::Stop()
         }
     }
     m_timer = nullptr;
-    m_isDone = true;
+    m_isDone.store(true, std::memory_order_release);
 }
 
 bool Timer::IsRunning() const noexcept

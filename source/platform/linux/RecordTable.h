@@ -67,40 +67,53 @@ public:
         {
             return nullptr;
         }
-        Record& record = m_chunks[index / recordsInChunk][index % recordsInChunk];
+        Record& record = At(index);
         return record.generation % 2 != 0 && record.generation == key >> indexBits ? &record : nullptr;
     }
-    /// How many records there are, free ones included.
+    /// How many records there is memory for.
     std::size_t Capacity() const noexcept
     {
-        return (m_used + recordsInChunk - 1) / recordsInChunk * recordsInChunk;
+        return m_capacity;
     }
 
 private:
-    static constexpr unsigned indexBits = 22; // four million
-    static constexpr std::size_t recordsInChunk = 512;
+    static constexpr unsigned indexBits = 24;
+    static constexpr unsigned smallest = 6; // the binary logarithm of the first chunk's size; each next doubles it
+    static constexpr std::size_t beforeFirst = std::size_t{1} << smallest;
+
+    Record& At(std::size_t index) const noexcept
+    {
+        const std::size_t place = index + beforeFirst;
+        const auto top = static_cast<unsigned>(std::bit_width(place)) - 1;
+        return m_chunks[top - smallest][place ^ (std::size_t{1} << top)];
+    }
 
     Record* Add() noexcept
     {
-        if (m_used == std::size_t{1} << indexBits)
+        if (m_used == m_capacity && !AddChunk())
         {
             return nullptr;
         }
-        Record*& chunk = m_chunks[m_used / recordsInChunk];
-        if (chunk == nullptr)
-        {
-            chunk = new (std::nothrow) Record[recordsInChunk];
-        }
-        if (chunk == nullptr)
-        {
-            return nullptr;
-        }
-        Record& record = chunk[m_used % recordsInChunk];
+        Record& record = At(m_used);
         record.index = static_cast<std::uint32_t>(m_used++);
         return &record;
     }
 
-    std::array<Record*, (std::size_t{1} << indexBits) / recordsInChunk> m_chunks{};
+    bool AddChunk() noexcept
+    {
+        const auto place = static_cast<unsigned>(std::bit_width(m_used + beforeFirst)) - 1 - smallest;
+        if (place == m_chunks.size())
+        {
+            return false;
+        }
+        const std::size_t size = beforeFirst << place;
+        m_chunks[place] = new (std::nothrow) Record[size];
+        m_capacity += m_chunks[place] != nullptr ? size : 0;
+        return m_chunks[place] != nullptr;
+    }
+
+    std::array<Record*, indexBits - smallest> m_chunks{};
+    std::size_t m_capacity = 0;
     std::size_t m_used = 0;
     Record* m_free = nullptr;
 };

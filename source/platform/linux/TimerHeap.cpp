@@ -14,7 +14,7 @@ constexpr std::size_t children = 4;
 
 } // namespace
 
-bool TimerHeap::Reserve(std::size_t count) noexcept
+bool TimerHeap::Grow(std::size_t count) noexcept
 try
 {
     m_entries.reserve(count);

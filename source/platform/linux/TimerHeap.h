@@ -19,7 +19,10 @@ public:
     static constexpr std::uint32_t nowhere = 0xFFFFFFFF;
 
     /// Room for so many timers. False without memory.
-    bool Reserve(std::size_t count) noexcept;
+    bool Reserve(std::size_t count) noexcept
+    {
+        return count <= m_entries.capacity() || Grow(count);
+    }
 
     bool IsEmpty() const noexcept
     {
@@ -45,6 +48,7 @@ private:
         QueueTimer* timer;
     };
 
+    bool Grow(std::size_t count) noexcept;
     void Put(std::size_t place, const Entry& entry) noexcept;
     void SiftUp(std::size_t place, const Entry& entry) noexcept;
     void SiftDown(std::size_t place, const Entry& entry) noexcept;

@@ -2,7 +2,6 @@
 #include "platform/linux/TimerQueues.h"
 
 #include "platform/linux/ErrnoTable.h"
-#include "platform/linux/Fork.h"
 #include "platform/linux/HandleTable.h"
 
 namespace Quoll::Platform
@@ -246,7 +245,6 @@ extern "C"
 
     HANDLE CreateTimerQueue() noexcept
     {
-        Quoll::Platform::PrepareForFork();
         if (!HandleTable::IsValid())
         {
             Fail(ERROR_INVALID_HANDLE);
@@ -264,7 +262,6 @@ extern "C"
         {
             return Fail(ERROR_INVALID_PARAMETER);
         }
-        Quoll::Platform::PrepareForFork();
         if (!HandleTable::IsValid())
         {
             return Fail(ERROR_INVALID_HANDLE);

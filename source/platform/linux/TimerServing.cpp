@@ -1,4 +1,5 @@
 // The threads that sleep until timers are due, and run their callbacks.
+#include "platform/linux/Fork.h"
 #include "platform/linux/HelperThreads.h"
 #include "platform/linux/TimerQueues.h"
 
@@ -45,6 +46,7 @@ QueueTimer* TimerOfThisThread() noexcept
 TimerQueues::TimerQueues() noexcept
     : m_processors(std::max(std::thread::hardware_concurrency(), 2U))
 {
+    PrepareForFork();
     m_arrival.queues = this;
     m_arrival.run = [](HelperWork& work) noexcept {
         static_cast<Arrival&>(work).queues->Serve();
