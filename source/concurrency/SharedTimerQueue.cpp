@@ -1,9 +1,7 @@
 #include "concurrency/SharedTimerQueue.h"
 
 #include "Quoll/Locks.h"
-#include "platform/process_end.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -29,43 +27,10 @@ struct Shared
     }
 
     CriticalSection creation;
-    std::atomic<bool> exists{false};
-    std::atomic<bool> hasEnded{false};
-    HANDLE queue = nullptr;
-
     std::mutex lock; // guards what follows
     std::condition_variable callbackEnded;
     unsigned running = 0;
     bool isEnding = false;
-};
-
-class Owner
-{
-public:
-    Owner() noexcept = default;
-    Owner(const Owner&) = delete;
-    Owner& operator=(const Owner&) = delete;
-    ~Owner()
-    {
-        auto& shared = Shared::Instance();
-        // Otherwise the queue goes with the process, and its callbacks do nothing until then.
-        if (!Platform::AreOtherThreadsGone() && WaitForCallbacks(shared))
-        {
-            DeleteTimerQueueEx(shared.queue, INVALID_HANDLE_VALUE);
-        }
-        shared.hasEnded = true;
-    }
-
-private:
-    // Lets no more callbacks begin. Whether none is left.
-    static bool WaitForCallbacks(Shared& shared)
-    {
-        const unsigned own = timerOfThisThread != nullptr ? 1 : 0;
-        std::unique_lock guard(shared.lock);
-        shared.isEnding = true;
-        shared.callbackEnded.wait_for(guard, patience, [&] { return shared.running <= own; });
-        return shared.running == 0;
-    }
 };
 
 class CreationGuard
@@ -89,26 +54,46 @@ private:
 
 } // namespace
 
-HANDLE SharedTimerQueue::Get()
+class SharedTimerQueue::Owner
 {
-    auto& shared = Shared::Instance();
-    if (!shared.exists)
+public:
+    Owner() noexcept = default;
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+    ~Owner()
     {
-        const CreationGuard guard(shared.creation);
-        if (!shared.exists)
+        auto& shared = Shared::Instance();
+        // Otherwise the queue goes with the process, and its callbacks do nothing until then.
+        if (!Platform::AreOtherThreadsGone() && WaitForCallbacks(shared))
         {
-            Platform::KeepLibraryLoaded();
-            shared.queue = CreateTimerQueue();
-            static const Owner owner;
-            shared.exists = true;
+            DeleteTimerQueueEx(queue, INVALID_HANDLE_VALUE);
         }
+        hasEnded = true;
     }
-    return shared.queue;
-}
 
-bool SharedTimerQueue::IsGone() noexcept
+private:
+    // Lets no more callbacks begin. Whether none is left.
+    static bool WaitForCallbacks(Shared& shared)
+    {
+        const unsigned own = timerOfThisThread != nullptr ? 1 : 0;
+        std::unique_lock guard(shared.lock);
+        shared.isEnding = true;
+        shared.callbackEnded.wait_for(guard, patience, [&] { return shared.running <= own; });
+        return shared.running == 0;
+    }
+};
+
+HANDLE SharedTimerQueue::Create()
 {
-    return Platform::AreOtherThreadsGone() || Shared::Instance().hasEnded;
+    const CreationGuard guard(Shared::Instance().creation);
+    if (!exists)
+    {
+        Platform::KeepLibraryLoaded();
+        queue = CreateTimerQueue();
+        static const Owner owner;
+        exists = true;
+    }
+    return queue;
 }
 
 TimerRun::TimerRun(const void* timer) noexcept

@@ -5,6 +5,10 @@
 // holds, and on Windows all of their threads may be gone already. So callbacks are counted here.
 #pragma once
 
+#include "platform/process_end.h"
+
+#include <atomic>
+
 #include <windows.h>
 
 namespace Quoll::Utilities
@@ -15,10 +19,25 @@ class SharedTimerQueue
 public:
     /// The queue, made now if this is the first call; null, which is the platform's default queue, if it
     /// couldn't be made. Not once it IsGone.
-    static HANDLE Get();
+    static HANDLE Get()
+    {
+        return exists ? queue : Create();
+    }
 
     /// Whether its timers are gone with it, so that the platform doesn't know their handles any more.
-    static bool IsGone() noexcept;
+    static bool IsGone() noexcept
+    {
+        return Platform::AreOtherThreadsGone() || hasEnded;
+    }
+
+private:
+    class Owner;
+
+    static HANDLE Create();
+
+    static inline constinit std::atomic<bool> exists{false};
+    static inline constinit std::atomic<bool> hasEnded{false};
+    static inline constinit HANDLE queue = nullptr;
 };
 
 /// Stands while a callback runs for a timer.

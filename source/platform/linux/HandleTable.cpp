@@ -37,7 +37,6 @@ constinit std::array<std::atomic<Slot*>, chunkCount> chunks{};
 constinit std::mutex tableLock;
 constinit Slot* freeSlots = nullptr; // guarded by tableLock
 constinit std::size_t slotCount = 0; // guarded by tableLock
-constinit std::atomic<bool> invalid{false};
 
 std::uint32_t Generation(std::uint64_t word) noexcept
 {
@@ -187,11 +186,6 @@ BOOL HandleTable::Close(HANDLE handle) noexcept
 void HandleTable::Invalidate() noexcept
 {
     invalid.store(true, std::memory_order_relaxed);
-}
-
-bool HandleTable::IsValid() noexcept
-{
-    return !invalid.load(std::memory_order_relaxed);
 }
 
 } // namespace Quoll::Platform

@@ -11,6 +11,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 namespace Quoll::Platform
 {
 
@@ -30,7 +32,13 @@ public:
 
     /// In the child of a fork: every handle is dead, and stays so until exec.
     static void Invalidate() noexcept;
-    static bool IsValid() noexcept;
+    static bool IsValid() noexcept
+    {
+        return !invalid.load(std::memory_order_relaxed);
+    }
+
+private:
+    static inline constinit std::atomic<bool> invalid{false};
 };
 
 /// A looked-up object, kept from being recycled while this stands.
