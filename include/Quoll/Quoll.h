@@ -3,6 +3,7 @@
 
 #include "Quoll/AesCipher.h"
 #include "Quoll/Api.h"
+#include "Quoll/CompletionPort.h"
 #include "Quoll/DataFilter.h"
 #include "Quoll/DataPagination.h"
 #include "Quoll/DataResourceItem.h"

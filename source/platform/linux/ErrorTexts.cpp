@@ -83,6 +83,7 @@ constexpr ErrorText k_texts[] = {
     {534, u"The result has too many bits.\r\n"},
     {535, u"A client is at the other end of the pipe already.\r\n"},
     {536, u"The pipe still waits for a client.\r\n"},
+    {735, u"The wait has ended because what it waited for was closed.\r\n"},
     {995, u"The operation was cancelled.\r\n"},
     {996, u"The operation is still under way.\r\n"},
     {997, u"The operation goes on in the background.\r\n"},

@@ -65,11 +65,11 @@ constexpr std::uintptr_t atTheEnd = ~std::uintptr_t{0};
 /// The event of an operation's record: reset at the start, set at the end.
 bool FindEvent(const OVERLAPPED* overlapped, Pinned<Event>& event) noexcept
 {
-    if (overlapped == nullptr || overlapped->hEvent == nullptr)
+    if (overlapped == nullptr || EventOf(*overlapped) == nullptr)
     {
         return true;
     }
-    event = Pinned<Event>(overlapped->hEvent);
+    event = Pinned<Event>(EventOf(*overlapped));
     if (event)
     {
         event->Reset();
@@ -105,7 +105,8 @@ BOOL FileObject::Run(const Transfer& transfer, DWORD* transferred, OVERLAPPED* o
     {
         return Fail(ERROR_INVALID_PARAMETER);
     }
-    if (!FindEvent(overlapped, event))
+    CompletionNotice notice;
+    if (!FindEvent(overlapped, event) || !PrepareNotice(overlapped, notice))
     {
         return FALSE;
     }
@@ -142,7 +143,32 @@ BOOL FileObject::Run(const Transfer& transfer, DWORD* transferred, OVERLAPPED* o
     {
         event->Set();
     }
-    return code == ERROR_SUCCESS ? TRUE : Fail(code);
+    if (code != ERROR_SUCCESS)
+    {
+        return Fail(code); // which is known already, and tells the port nothing
+    }
+    notice.Send(code, done);
+    return TRUE;
+}
+
+bool FileObject::PrepareNotice(OVERLAPPED* overlapped, CompletionNotice& notice) noexcept
+{
+    if (!m_overlapped)
+    {
+        return true;
+    }
+    const std::lock_guard guard(m_portLock);
+    return m_port.Prepare(*overlapped, notice);
+}
+
+BOOL FileObject::Associate(Ref<CompletionPort> port, ULONG_PTR key) noexcept
+{
+    if (!m_overlapped)
+    {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    const std::lock_guard guard(m_portLock);
+    return m_port.Set(std::move(port), key) ? TRUE : FALSE;
 }
 
 } // namespace Quoll::Platform

@@ -1,11 +1,13 @@
 // An open file or folder: what its handle names.
 #pragma once
 
+#include "platform/linux/CompletionPort.h"
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/FileSizeLimit.h"
 #include "platform/linux/Object.h"
 
 #include <cstddef>
+#include <mutex>
 
 #include <windows.h>
 
@@ -36,16 +38,20 @@ public:
 
     BOOL Read(std::byte* buffer, DWORD size, DWORD* read, OVERLAPPED* overlapped) noexcept;
     BOOL Write(const std::byte* buffer, DWORD size, DWORD* written, OVERLAPPED* overlapped) noexcept;
+    BOOL Associate(Ref<CompletionPort> port, ULONG_PTR key) noexcept;
 
 private:
     struct Transfer;
 
     BOOL Run(const Transfer& transfer, DWORD* transferred, OVERLAPPED* overlapped) noexcept;
+    bool PrepareNotice(OVERLAPPED* overlapped, CompletionNotice& notice) noexcept;
 
     const Descriptor m_file;
     const DWORD m_access;
     const bool m_overlapped;
     const bool m_isLimited; // how large it may become
+    std::mutex m_portLock;
+    PortAssociation m_port; // guarded by m_portLock
 };
 
 } // namespace Quoll::Platform

@@ -151,9 +151,7 @@ try
     const Id id = ++m_lastId;
     m_entries.emplace(id, Entry{std::move(source), descriptor});
     epoll_event event{};
-    event.events = watch == Watch::Input        ? EPOLLIN
-                   : watch == Watch::OutputOnce ? EPOLLOUT | EPOLLONESHOT
-                                                : EPOLLONESHOT;
+    event.events = watch == Watch::Input ? EPOLLIN : EPOLLONESHOT;
     event.data.u64 = id;
     if (epoll_ctl(m_poll, EPOLL_CTL_ADD, descriptor, &event) != 0)
     {
@@ -181,9 +179,9 @@ void IoThread::Modify(Id id, std::uint32_t events) noexcept
     }
 }
 
-void IoThread::Arm(Id id) noexcept
+void IoThread::Arm(Id id, bool input, bool output) noexcept
 {
-    Modify(id, EPOLLOUT | EPOLLONESHOT);
+    Modify(id, EPOLLONESHOT | (input ? EPOLLIN : 0U) | (output ? EPOLLOUT : 0U));
 }
 
 void IoThread::Pause(Id id, bool paused) noexcept

@@ -35,9 +35,8 @@ public:
 
     enum class Watch : std::uint8_t
     {
-        Input,         // as long as there is some
-        OutputOnce,    // then disarmed until Arm
-        OutputDisarmed // not before Arm
+        Input, // as long as there is some
+        Once   // for what Arm says, and no more until it is called again
     };
 
     /// The process's thread; null with the last error set if it can't be started.
@@ -45,7 +44,7 @@ public:
 
     /// 0 with the last error set on failure.
     Id Add(Ref<IoSource> source, int descriptor, Watch watch) noexcept;
-    void Arm(Id id) noexcept;                          // once more for output
+    void Arm(Id id, bool input, bool output) noexcept;
     void Pause(Id id, bool paused) noexcept;           // no input events meanwhile
     void SetTimer(Id id, DWORD milliseconds) noexcept; // calls TimedOut once
     /// To be called before the descriptor is closed. A call of Ready may still be under way.

@@ -103,7 +103,8 @@ enum class ObjectKind : std::uint8_t
     Event,
     Mutex,
     Pipe,
-    File
+    File,
+    CompletionPort
 };
 
 class Waitable;

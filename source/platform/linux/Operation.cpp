@@ -70,6 +70,7 @@ void Operation::Complete(DWORD code, std::size_t bytes) noexcept
     m_done.store(true, std::memory_order_release);
     StoreOutcome(*m_overlapped, code, bytes);
     m_completion->CompleteOperation(*this);
+    m_notice.Send(code, bytes);
 }
 
 } // namespace Quoll::Platform

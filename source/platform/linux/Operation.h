@@ -4,7 +4,7 @@
 // descriptor and does its work itself, so that no other thread stands in a message's way.
 #pragma once
 
-#include "platform/linux/Object.h"
+#include "platform/linux/CompletionPort.h"
 
 #include <atomic>
 
@@ -32,6 +32,11 @@ public:
 
     /// Resets the event, as every start of an operation does.
     void Begin() noexcept;
+    /// Has its port told of the end as well. Before it begins.
+    void SetNotice(CompletionNotice notice) noexcept
+    {
+        m_notice = std::move(notice);
+    }
     /// Hangs on the event from now on.
     void Attach() noexcept;
 
@@ -47,7 +52,7 @@ public:
     {
         return m_overlapped;
     }
-    /// The thread that started it; when that thread ends, so does the operation.
+    /// The thread that started it; when that thread ends, so does the operation, unless it has a port.
     DWORD Thread() const noexcept
     {
         return m_thread;
@@ -69,6 +74,7 @@ private:
 
     OVERLAPPED* const m_overlapped;
     const Ref<Event> m_completion;
+    CompletionNotice m_notice;
     const DWORD m_thread;
     ThreadRecord& m_starter;
     bool m_counted = false;          // among the starter's pending ones

@@ -18,17 +18,17 @@ using namespace Quoll::Literals;
 namespace
 {
 
-/// Lets the I/O thread finish an end's writes.
-class WriteFinisher final : public IoSource
+/// Lets the I/O thread finish an end's transfers.
+class Finisher final : public IoSource
 {
 public:
-    explicit WriteFinisher(PipeEnd& end) noexcept
+    explicit Finisher(PipeEnd& end) noexcept
         : m_end(&end)
     {
     }
     void Ready() noexcept override
     {
-        m_end->FinishWritesAlone();
+        m_end->FinishAlone();
     }
 
 private:
@@ -74,7 +74,10 @@ try
     }
     for (const auto& end : ends)
     {
-        end->Cancel(nullptr, thread);
+        if (!end->HasPort())
+        {
+            end->Cancel(nullptr, thread);
+        }
     }
 }
 catch (const std::bad_alloc&)
@@ -90,11 +93,12 @@ Waitable* PipeEnd::WaitTarget() noexcept
 
 Ref<Event> PipeEnd::CompletionOf(const OVERLAPPED& overlapped) noexcept
 {
-    if (overlapped.hEvent == nullptr)
+    const HANDLE event = EventOf(overlapped);
+    if (event == nullptr)
     {
         return m_ownEvent;
     }
-    const Pinned<Event> named(overlapped.hEvent);
+    const Pinned<Event> named(event);
     return named ? Ref<Event>(&*named) : Ref<Event>();
 }
 
@@ -144,10 +148,20 @@ try
         *transferred = 0;
     }
     OVERLAPPED& record = *operation->Record();
+    CompletionNotice notice;
+    if (!m_port.Prepare(record, notice))
+    {
+        return FALSE;
+    }
+    operation->SetNotice(std::move(notice));
     operation->Begin();
     if (!m_transport)
     {
         return Fail(CodeWithoutPeer());
+    }
+    if (m_port && !HasWatch())
+    {
+        return FALSE;
     }
     const DWORD code = transfers.empty() ? operation->Step(m_messages) : ERROR_IO_PENDING;
     if (code == ERROR_IO_PENDING)
@@ -155,10 +169,7 @@ try
         StorePending(record);
         transfers.push_back(operation);
         operation->Attach();
-        if (&transfers == &m_writes)
-        {
-            WatchWrites();
-        }
+        WatchUnattended();
         return Fail(ERROR_IO_PENDING);
     }
     if (code == ERROR_SUCCESS || code == ERROR_MORE_DATA)
@@ -214,41 +225,50 @@ void PipeEnd::Advance() noexcept
     AdvanceWrites();
 }
 
-void PipeEnd::WatchWrites() noexcept
+// A write that no waiting thread works for is the I/O thread's.
+bool PipeEnd::HasUnattendedWrites() const noexcept
 {
-    IoThread* const thread = IoThread::Running();
-    if (thread == nullptr)
-    {
-        return; // whoever waits for the write still finishes it
-    }
-    if (m_writeWatch != 0)
-    {
-        thread->Arm(m_writeWatch);
-    }
-    else if (auto* const finisher = new (std::nothrow) WriteFinisher(*this))
-    {
-        m_writeWatch =
-            thread->Add(Ref<IoSource>::Adopt(finisher), m_transport->Descriptor(), IoThread::Watch::OutputOnce);
-    }
+    return !m_writes.empty() && !m_writes.front()->HasWorkers();
 }
 
-// With m_lock held. A write that no waiting thread works for is the I/O thread's.
 void PipeEnd::WatchUnattended() noexcept
 {
-    if (!m_writes.empty() && !m_writes.front()->HasWorkers())
+    const bool reads = m_port && !m_reads.empty();
+    const bool writes = HasUnattendedWrites();
+    if ((reads || writes) && HasWatch()) // without one, whoever waits for a write still finishes it
     {
-        WatchWrites();
+        IoThread::Running()->Arm(m_watch, reads, writes);
     }
 }
 
-void PipeEnd::FinishWritesAlone() noexcept
+bool PipeEnd::HasWatch() noexcept
+{
+    IoThread* const thread = IoThread::Running();
+    if (thread == nullptr || m_watch != 0)
+    {
+        return thread != nullptr;
+    }
+    auto* const finisher = new (std::nothrow) Finisher(*this);
+    if (finisher == nullptr)
+    {
+        return Fail(ERROR_NOT_ENOUGH_MEMORY) != FALSE;
+    }
+    m_watch = thread->Add(Ref<IoSource>::Adopt(finisher), m_transport->Descriptor(), IoThread::Watch::Once);
+    return m_watch != 0;
+}
+
+void PipeEnd::FinishAlone() noexcept
 {
     const std::lock_guard guard(m_lock);
-    if (!m_writes.empty() && !m_writes.front()->HasWorkers())
+    if (HasUnattendedWrites())
     {
         Settle(m_writes);
-        WatchUnattended();
     }
+    if (m_port)
+    {
+        Settle(m_reads);
+    }
+    WatchUnattended();
 }
 
 void PipeEnd::LeaveWrites() noexcept
@@ -289,6 +309,23 @@ bool PipeEnd::CancelIn(Transfers& transfers, const OVERLAPPED* overlapped, DWORD
     return found;
 }
 
+bool PipeEnd::HasPort() noexcept
+{
+    const std::lock_guard guard(m_lock);
+    return static_cast<bool>(m_port);
+}
+
+BOOL PipeEnd::Associate(Ref<CompletionPort> port, ULONG_PTR key) noexcept
+{
+    const std::lock_guard guard(m_lock);
+    const bool set = m_port.Set(std::move(port), key);
+    if (set)
+    {
+        WatchUnattended();
+    }
+    return set ? TRUE : FALSE;
+}
+
 void PipeEnd::SetReadMode(bool messages) noexcept
 {
     const std::lock_guard guard(m_lock);
@@ -322,9 +359,9 @@ void PipeEnd::Detach(DWORD code, bool disconnect) noexcept
     {
         return;
     }
-    if (m_writeWatch != 0)
+    if (m_watch != 0)
     {
-        IoThread::Running()->Remove(std::exchange(m_writeWatch, 0));
+        IoThread::Running()->Remove(std::exchange(m_watch, 0));
     }
     if (disconnect)
     {

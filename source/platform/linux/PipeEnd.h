@@ -2,7 +2,8 @@
 //
 // The thread that starts an operation does it if it can be done at once. Otherwise the operation
 // hangs on its event, and whoever waits there goes on with it; the I/O thread finishes writes that
-// nobody waits for. An operation ends with the thread that started it.
+// nobody waits for, and all that has a completion port. Other operations end with the thread that
+// started them.
 #pragma once
 
 #include "platform/linux/Event.h"
@@ -25,11 +26,12 @@ public:
     BOOL Write(const std::byte* body, DWORD size, DWORD* written, OVERLAPPED& overlapped) noexcept;
     /// Cancels the operation with that record, or all if null, of that thread, or of all if 0.
     BOOL Cancel(const OVERLAPPED* overlapped, DWORD thread) noexcept;
-    /// The thread ends.
+    /// The thread ends. What has a port goes on.
     static void CancelAllOfThread(DWORD thread) noexcept;
     /// Does what can be done for the operation with that record without waiting.
     void Advance() noexcept;
     void SetReadMode(bool messages) noexcept;
+    BOOL Associate(Ref<CompletionPort> port, ULONG_PTR key) noexcept;
     /// The process at the other end's socket; ERROR_PIPE_NOT_CONNECTED if there is none.
     bool PeerSocket(int& duplicate) noexcept;
 
@@ -47,8 +49,8 @@ public:
     // Called by this end's operations.
     void AdvanceReads() noexcept;
     void AdvanceWrites() noexcept;
-    void FinishWritesAlone() noexcept; // on the I/O thread
-    void LeaveWrites() noexcept;       // to the I/O thread
+    void FinishAlone() noexcept; // on the I/O thread
+    void LeaveWrites() noexcept; // to the I/O thread
 
 protected:
     /// A client's end is connected when it is made.
@@ -70,19 +72,23 @@ protected:
 
     std::mutex m_lock;
     Ref<PipeTransport> m_transport;
+    PortAssociation m_port; // whose reads are the I/O thread's, too
 
 private:
     using Transfers = std::deque<Ref<TransferOperation>>;
 
     BOOL Start(Transfers& transfers, const Ref<TransferOperation>& operation, DWORD* transferred) noexcept;
+    bool HasPort() noexcept;
     void Settle(Transfers& transfers) noexcept; // with m_lock held
     bool CancelIn(Transfers& transfers, const OVERLAPPED* overlapped, DWORD thread) noexcept;
-    void WatchWrites() noexcept; // with m_lock held
+    // With m_lock held:
+    bool HasUnattendedWrites() const noexcept;
     void WatchUnattended() noexcept;
+    bool HasWatch() noexcept; // of its connection; false with the last error if there can't be one
 
     Ref<Event> m_ownEvent; // signalled by operations without one, and by waits on the handle
     bool m_messages;
-    IoThread::Id m_writeWatch = 0;
+    IoThread::Id m_watch = 0;
     Transfers m_reads;
     Transfers m_writes;
     PipeEnd* m_previous = nullptr; // among all ends with an open handle

@@ -248,7 +248,8 @@ extern "C"
             {
                 return Fail(ERROR_IO_INCOMPLETE);
             }
-            const HANDLE signal = overlapped->hEvent != nullptr ? overlapped->hEvent : file;
+            const HANDLE event = EventOf(*overlapped);
+            const HANDLE signal = event != nullptr ? event : file;
             if (WaitForSingleObject(signal, INFINITE) == WAIT_FAILED)
             {
                 return FALSE;

@@ -73,6 +73,12 @@ BOOL ServerEnd::Connect(OVERLAPPED& overlapped) noexcept
         {
             return Fail(ERROR_NOT_ENOUGH_MEMORY);
         }
+        CompletionNotice notice;
+        if (!m_port.Prepare(overlapped, notice))
+        {
+            return FALSE;
+        }
+        operation->SetNotice(std::move(notice));
         StorePending(overlapped);
         operation->Begin();
         operation->Attach();

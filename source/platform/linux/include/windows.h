@@ -9,6 +9,7 @@
 
 #include "win32/errors.h"
 
+#include "win32/completion.h"
 #include "win32/files.h"
 #include "win32/handles.h"
 #include "win32/locale.h"
