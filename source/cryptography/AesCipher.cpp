@@ -79,7 +79,15 @@ struct AesCipher::Context
 AesCipher::AesCipher(const std::vector<std::uint8_t>& key)
     : m_key(CopyOf(key))
 {
-    m_context = std::make_shared<const Context>(CheckedKey(m_key));
+    try
+    {
+        m_context = std::make_shared<const Context>(CheckedKey(m_key));
+    }
+    catch (...)
+    {
+        Wipe(m_key.data(), m_key.size());
+        throw;
+    }
 }
 
 AesCipher::AesCipher(const AesCipher& other) = default;
