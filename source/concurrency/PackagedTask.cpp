@@ -57,10 +57,16 @@ void PackagedTask::Release::operator()(PackagedTask* task) const noexcept
     task->DropOwner();
 }
 
-PackagedTask::Owner PackagedTask::Make(std::function<void()> callback)
+PackagedTask::Work::Work(std::function<void()>&& function, PackagedTask& task)
+    : callback(std::move(function))
+    , promise(std::allocator_arg, Allocator<int>(task))
+{
+}
+
+PackagedTask::Owner PackagedTask::Make(std::function<void()>&& callback)
 {
     Owner task(new PackagedTask);
-    task->m_work.emplace(std::move(callback), std::promise<int>(std::allocator_arg, Allocator<int>(*task)));
+    task->m_work.emplace(std::move(callback), *task);
     return task;
 }
 
@@ -88,7 +94,7 @@ void PackagedTask::Run() noexcept
 
 void* PackagedTask::Allocate(std::size_t size, std::size_t alignment)
 {
-    const std::size_t start = (m_used + alignment - 1) / alignment * alignment;
+    const std::size_t start = (m_used + alignment - 1) & ~(alignment - 1); // a power of two
     if (alignment > alignof(void*) || start > m_space.size() || size > m_space.size() - start)
     {
         return ::operator new(size, std::align_val_t(alignment));

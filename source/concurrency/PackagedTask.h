@@ -25,7 +25,7 @@ public:
     };
     using Owner = std::unique_ptr<PackagedTask, Release>; // drops callback and promise, run or not
 
-    static Owner Make(std::function<void()> callback);
+    static Owner Make(std::function<void()>&& callback);
 
     PackagedTask(const PackagedTask&) = delete;
     PackagedTask& operator=(const PackagedTask&) = delete;
@@ -41,6 +41,8 @@ private:
 
     struct Work
     {
+        Work(std::function<void()>&& function, PackagedTask& task);
+
         std::function<void()> callback;
         std::promise<int> promise;
     };
