@@ -84,8 +84,8 @@ private:
     Record& At(std::size_t index) const noexcept
     {
         const std::size_t place = index + beforeFirst;
-        const auto top = static_cast<unsigned>(std::bit_width(place)) - 1;
-        return m_chunks[top - smallest][place ^ (std::size_t{1} << top)];
+        const std::size_t top = std::bit_floor(place);
+        return m_chunks[static_cast<unsigned>(std::countr_zero(top)) - smallest][place - top];
     }
 
     Record* Add() noexcept
