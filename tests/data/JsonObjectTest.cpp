@@ -1,12 +1,15 @@
 #include "Quoll/JsonObject.h"
 #include "Quoll/JsonReader.h"
+#include "Quoll/JsonWriter.h"
 #include "support/SmallStack.h"
+#include "support/Threads.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <map>
 #include <random>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -167,23 +170,12 @@ TEST(JsonObject, OutlivesItsDocumentAndTheThreadThatReadIt)
 TEST(JsonObject, ManyThreadsMayReadOneObject)
 {
     const auto object = Read(R"({"s":"text","l":["a","b"],"o":[{"k":1}]})"_w);
-    std::vector<std::thread> threads;
-    std::atomic<int> wrong = 0;
-    for (int i = 0; i < 4; ++i)
-    {
-        threads.emplace_back([&] {
-            const DataValue& text = object->GetValueMap().at("s"_w);
-            const bool isRight = &text.GetString() == &text.GetString() && text.GetString() == "text"_w &&
-                                 object->GetStringArray("l"_w).size() == 2 &&
-                                 object->GetObjectArray("o"_w).front()->GetIntValue("k"_w) == 1;
-            wrong += isRight ? 0 : 1;
-        });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
-    EXPECT_EQ(wrong, 0);
+    Quoll::Tests::OnThreads(4, [&](unsigned) {
+        const DataValue& text = object->GetValueMap().at("s"_w);
+        EXPECT_TRUE(&text.GetString() == &text.GetString() && text.GetString() == "text"_w);
+        EXPECT_EQ(object->GetStringArray("l"_w).size(), 2u);
+        EXPECT_EQ(object->GetObjectArray("o"_w).front()->GetIntValue("k"_w), 1);
+    });
 }
 
 TEST(JsonObject, CopiesShareNothing)
@@ -220,25 +212,25 @@ TEST(JsonObject, MayBeReleasedByOneOfItsValues)
     }
 }
 
-// Neither reading nor copying, changing or destroying needs stack for each level.
+// Neither reading nor writing, copying, changing or destroying needs stack for each level.
 TEST(JsonObject, MayBeNestedAMillionDeep)
 {
     constexpr std::size_t depth = 1'000'000;
     for (const auto& [open, close] : {std::pair<WString, WString>{"{\"a\":"_w, "}"_w}, {"{\"a\":["_w, "]}"_w}})
     {
         WString text;
-        for (std::size_t i = 0; i < depth; ++i)
+        for (std::size_t i = 0; i < 2 * depth; ++i)
         {
-            text += open;
-        }
-        text += "{}"_w;
-        for (std::size_t i = 0; i < depth; ++i)
-        {
-            text += close;
+            text += i < depth ? open : close;
+            text += i + 1 == depth ? "{}"_w : ""_w;
         }
         RunOnSmallStack([&] {
             auto object = Read(text);
             ASSERT_NE(object, nullptr);
+            EXPECT_TRUE(JsonWriter::EncodeSorted(*object, true) == text);
+            std::basic_ostringstream<Quoll::WChar> stream;
+            JsonWriter(stream).Write(*object);
+            EXPECT_TRUE(stream.str() == text);
             DataObject copy = *object;
             object.reset();
             const DataValue value = copy.GetValueMap().at("a"_w);

@@ -1,4 +1,5 @@
 #include "Quoll/TextCodecs.h"
+#include "support/MessageOf.h"
 
 #include <gtest/gtest.h>
 
@@ -63,13 +64,6 @@ TEST(UrlEncoding, LeavesAllOtherUnits)
 TEST(UrlEncoding, RefusesUnknownPartsOfTextThatIsNotEmpty)
 {
     EXPECT_EQ(Open::Encode({}, static_cast<UrlPart>(8)), ""_w);
-    try
-    {
-        Open::Encode("a"_w, static_cast<UrlPart>(8));
-        FAIL();
-    }
-    catch (const std::out_of_range& error)
-    {
-        EXPECT_STREQ(error.what(), "invalid map<K, T> key");
-    }
+    EXPECT_EQ(Tests::MessageOf<std::out_of_range>([] { Open::Encode("a"_w, static_cast<UrlPart>(8)); }),
+              "invalid map<K, T> key");
 }
