@@ -3,7 +3,9 @@
 #include "Quoll/Errors.h"
 #include "Quoll/NativePath.h"
 #include "Quoll/WideString.h"
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
+#include "support/Threads.h"
 #include "support/Wine.h"
 
 #include <windows.h>
@@ -21,6 +23,7 @@ namespace
 
 using namespace Quoll::Literals;
 using Quoll::WString;
+using Quoll::Tests::CodeOf;
 using Quoll::Utilities::Completion;
 using Quoll::Utilities::CompletionPort;
 using Quoll::Utilities::SharedHandle;
@@ -146,8 +149,8 @@ TEST_F(CompletionPortPipes, AWriteThatWaitsForRoomEndsWithoutAWaiter)
 {
     const std::string large(1 << 20, 'x');
     OVERLAPPED record{};
-    ASSERT_FALSE(WriteFile(server.get(), large.data(), static_cast<DWORD>(large.size()), nullptr, &record));
-    ASSERT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+    ASSERT_EQ(CodeOf(WriteFile(server.get(), large.data(), static_cast<DWORD>(large.size()), nullptr, &record)),
+              DWORD{ERROR_IO_PENDING});
     DWORD mode = PIPE_READMODE_MESSAGE;
     ASSERT_TRUE(SetNamedPipeHandleState(client.get(), &mode, nullptr, nullptr));
     std::string all(large.size(), 0);
@@ -216,10 +219,9 @@ TEST(CompletionPortTest, WhatIsNoFileIsRefused)
     DWORD bytes = 0;
     ULONG_PTR key = 0;
     OVERLAPPED* overlapped = nullptr;
-    EXPECT_FALSE(GetQueuedCompletionStatus(event.get(), &bytes, &key, &overlapped, 0));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_FALSE(PostQueuedCompletionStatus(event.get(), 0, 0, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(CodeOf(GetQueuedCompletionStatus(event.get(), &bytes, &key, &overlapped, 0)),
+              DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(CodeOf(PostQueuedCompletionStatus(event.get(), 0, 0, nullptr)), DWORD{ERROR_INVALID_HANDLE});
 }
 
 TEST(CompletionPortTest, PostedOnesKeepTheirOrderAndEveryPart)
@@ -243,7 +245,7 @@ TEST(CompletionPortTest, ClosingReleasesTheThreadsThatWait)
         GTEST_SKIP() << "Wine lets them wait on, against what is documented.";
     }
     const HANDLE port = CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 0);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 3; ++i)
     {
         threads.emplace_back([port] {
@@ -256,20 +258,16 @@ TEST(CompletionPortTest, ClosingReleasesTheThreadsThatWait)
         });
     }
     EXPECT_TRUE(CloseHandle(port));
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
 }
 
 TEST(CompletionPortTest, EveryCompletionReachesOneOfManyThreads)
 {
-    constexpr std::uintptr_t posters = 4;
+    constexpr unsigned posters = 4;
     constexpr std::uintptr_t each = 5000;
     constexpr std::uintptr_t end = 1;
     CompletionPort port;
     std::atomic<std::uintptr_t> sum{0};
-    std::vector<std::thread> takers;
+    std::vector<std::jthread> takers;
     for (int i = 0; i < 4; ++i)
     {
         takers.emplace_back([&] {
@@ -279,28 +277,17 @@ TEST(CompletionPortTest, EveryCompletionReachesOneOfManyThreads)
             }
         });
     }
-    std::vector<std::thread> threads;
-    for (std::uintptr_t poster = 0; poster < posters; ++poster)
-    {
-        threads.emplace_back([&port, poster] {
-            for (std::uintptr_t i = 0; i < each; ++i)
-            {
-                port.Post(end + 1 + poster * each + i);
-            }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    Quoll::Tests::OnThreads(posters, [&](unsigned poster) {
+        for (std::uintptr_t i = 0; i < each; ++i)
+        {
+            port.Post(end + 1 + poster * each + i);
+        }
+    });
     for (std::size_t i = 0; i < takers.size(); ++i)
     {
         port.Post(end);
     }
-    for (auto& thread : takers)
-    {
-        thread.join();
-    }
+    takers.clear();
     constexpr std::uintptr_t all = posters * each;
     EXPECT_EQ(sum, all * (end + 1) + all * (all - 1) / 2);
     EXPECT_TRUE(IsEmpty(port));

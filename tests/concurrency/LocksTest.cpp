@@ -5,6 +5,8 @@
 
 #include "support/ChildProcess.h"
 #include "support/ForcedFailure.h"
+#include "support/MessageOf.h"
+#include "support/Threads.h"
 
 #include <windows.h>
 
@@ -15,7 +17,6 @@
 #include <cstddef>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace Quoll::Utilities
 {
@@ -43,21 +44,31 @@ int CountUnder(Lock lock, Unlock unlock)
     constexpr int rounds = 20000;
     constexpr int threads = 4;
     int counter = 0;
-    std::vector<std::jthread> workers;
-    workers.reserve(threads);
-    for (int i = 0; i < threads; ++i)
-    {
-        workers.emplace_back([&] {
-            for (int round = 0; round < rounds; ++round)
-            {
-                lock();
-                counter = counter + 1;
-                unlock();
-            }
-        });
-    }
-    workers.clear();
+    OnThreads(threads, [&](unsigned) {
+        for (int round = 0; round < rounds; ++round)
+        {
+            lock();
+            counter = counter + 1;
+            unlock();
+        }
+    });
     return counter - rounds * threads;
+}
+
+// Whether another thread gets the lock only once it was released.
+template<typename Lock, typename Unlock, typename Release>
+bool ComesInAfter(Lock lock, Unlock unlock, Release release)
+{
+    std::atomic<bool> inside = false;
+    std::thread other([&] {
+        lock();
+        inside = true;
+        unlock();
+    });
+    const bool early = Eventually([&] { return inside.load(); }, std::chrono::milliseconds(50));
+    release();
+    other.join();
+    return !early && inside;
 }
 
 // Whether a second reader gets in while a first one holds the lock; both have to be done in the end.
@@ -88,37 +99,44 @@ TEST(CriticalSectionTest, OneThreadMayLockAgain)
     section.Lock();
     section.Lock();
     section.Unlock();
-    std::atomic<bool> inside = false;
-    std::thread other([&] {
-        section.Lock();
-        inside = true;
-        section.Unlock();
-    });
-    EXPECT_FALSE(Eventually([&] { return inside.load(); }, std::chrono::milliseconds(50)));
-    section.Unlock();
-    other.join();
-    EXPECT_TRUE(inside);
+    EXPECT_TRUE(ComesInAfter([&] { section.Lock(); }, [&] { section.Unlock(); }, [&] { section.Unlock(); }));
 }
 
 TEST(CriticalSectionTest, FailureToInitialiseIsThrown)
 {
     const ForcedFailure failure(ForcedCall::InitializeCriticalSectionAndSpinCount, ERROR_NOT_ENOUGH_MEMORY);
-    try
-    {
-        const CriticalSection section;
-        FAIL() << "no exception";
-    }
-    catch (const Win32Exception& error)
-    {
-        EXPECT_EQ(error.GetErrorCode(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
-        EXPECT_EQ(std::string(error.what()).find("Can't initialize critical section: "), 0u);
-    }
+    const std::string message = MessageOf<Win32Exception>([] { const CriticalSection section; });
+    EXPECT_TRUE(message.starts_with("Can't initialize critical section: ")) << message;
 }
 
-TEST(ReadWriteLockTest, WritersExcludeEachOther)
+TEST(ReadWriteLockTest, WritersExcludeEachOtherAndReaders)
 {
     ReadWriteLock lock;
-    EXPECT_EQ(CountUnder([&] { lock.WriteExclusiveLock(); }, [&] { lock.WriteExclusiveUnlock(); }), 0);
+    std::atomic<bool> ended = false;
+    int copy = 0;
+    int torn = 0;
+    int counter = 0;
+    std::thread reader([&] {
+        while (!ended)
+        {
+            lock.ReadSharedLock();
+            torn += counter != copy ? 1 : 0;
+            lock.ReadSharedUnlock();
+        }
+    });
+    EXPECT_EQ(CountUnder(
+                  [&] {
+                      lock.WriteExclusiveLock();
+                      ++counter;
+                  },
+                  [&] {
+                      ++copy;
+                      lock.WriteExclusiveUnlock();
+                  }),
+              0);
+    ended = true;
+    reader.join();
+    EXPECT_EQ(torn, 0);
 }
 
 TEST(ReadWriteLockTest, ReadersShareAndHoldBackAWriter)
@@ -127,16 +145,8 @@ TEST(ReadWriteLockTest, ReadersShareAndHoldBackAWriter)
     EXPECT_TRUE(TwoReadersAtOnce(lock, GenerousLimit));
 
     lock.ReadSharedLock();
-    std::atomic<bool> written = false;
-    std::thread writer([&] {
-        lock.WriteExclusiveLock();
-        written = true;
-        lock.WriteExclusiveUnlock();
-    });
-    EXPECT_FALSE(Eventually([&] { return written.load(); }, std::chrono::milliseconds(50)));
-    lock.ReadSharedUnlock();
-    writer.join();
-    EXPECT_TRUE(written);
+    EXPECT_TRUE(ComesInAfter([&] { lock.WriteExclusiveLock(); }, [&] { lock.WriteExclusiveUnlock(); },
+                             [&] { lock.ReadSharedUnlock(); }));
 }
 
 CHILD_PROCESS(LocksWithoutSlimLock)

@@ -83,7 +83,7 @@ TEST(EventAccessControlTest, ResetManuallyOrByAWait)
 
     const SharedHandle automatic = NewEvent(false, false);
     EXPECT_FALSE(EventAccessControl::WaitOnEvent(automatic, 0));
-    EXPECT_TRUE(EventAccessControl::SetEvent(automatic));
+    EXPECT_TRUE(EventAccessControl::SetEvent(automatic) && EventAccessControl::SetEvent(automatic));
     EXPECT_TRUE(EventAccessControl::WaitOnEvent(automatic, 0));
     EXPECT_FALSE(EventAccessControl::WaitOnEvent(automatic, 0));
 }
@@ -134,6 +134,8 @@ TEST(WaitForObjectsTest, TheCountIsThePlatformsAffair)
         EXPECT_EQ(WaitForObjects::WaitForMultipleObjects(events, false, 0), DWORD{WAIT_FAILED});
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER}) << count;
     }
+    const std::vector<SharedHandle> most(64, NewEvent(true, true));
+    EXPECT_EQ(WaitForObjects::WaitForMultipleObjects(most, false, 0), DWORD{WAIT_OBJECT_0});
 }
 
 TEST(WaitForObjectsTest, RawCodes)

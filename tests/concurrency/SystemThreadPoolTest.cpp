@@ -1,6 +1,7 @@
 #include "Quoll/SystemThreadPool.h"
 
 #include "support/Eventually.h"
+#include "support/Threads.h"
 #include "support/Wine.h"
 
 #include <gtest/gtest.h>
@@ -63,21 +64,17 @@ TEST(SystemThreadPoolTest, KeepsTheFirstExceptionForTheNextWait)
 
 TEST(SystemThreadPoolTest, RunsAllOfManyFromManyThreads)
 {
-    constexpr int producers = 4;
-    constexpr int calls = 20000;
+    constexpr unsigned producers = 4;
+    constexpr unsigned calls = 20000;
     std::vector<std::atomic<int>> runs(producers * calls);
     {
         SystemThreadPool pool;
-        std::vector<std::jthread> threads;
-        for (int producer = 0; producer < producers; ++producer)
-        {
-            threads.emplace_back([&, producer] {
-                for (int i = 0; i < calls; ++i)
-                {
-                    pool.Submit([&run = runs[static_cast<std::size_t>(producer * calls + i)]] { ++run; });
-                }
-            });
-        }
+        OnThreads(producers, [&](unsigned producer) {
+            for (unsigned i = 0; i < calls; ++i)
+            {
+                pool.Submit([&run = runs[producer * calls + i]] { ++run; });
+            }
+        });
     }
     for (const auto& run : runs)
     {

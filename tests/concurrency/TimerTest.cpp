@@ -6,6 +6,7 @@
 #include "support/ForcedFailure.h"
 #include "support/Gate.h"
 #include "support/MessageOf.h"
+#include "support/Threads.h"
 
 #include <windows.h>
 
@@ -17,7 +18,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace Quoll::Tests
 {
@@ -159,22 +159,14 @@ TEST(TimerTest, FailuresOfThePlatform)
 
 TEST(TimerTest, ManyThreadsStartAndStopTheirOwn)
 {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread)
-    {
-        threads.emplace_back([] {
-            for (int round = 0; round < 500; ++round)
-            {
-                auto plain = std::make_unique<int>(0);
-                const Timer timer(round % 3, true, [&] { ++*plain; });
-                const Timer periodic(1, false, [] {});
-            }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    OnThreads(4, [](unsigned) {
+        for (int round = 0; round < 500; ++round)
+        {
+            auto plain = std::make_unique<int>(0);
+            const Timer timer(round % 3, true, [&] { ++*plain; });
+            const Timer periodic(1, false, [] {});
+        }
+    });
 }
 
 // Made before the shared queue, so that it goes after it; the action may run to the last moment.

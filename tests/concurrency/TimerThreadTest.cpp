@@ -6,6 +6,7 @@
 #include "support/ForcedFailure.h"
 #include "support/Gate.h"
 #include "support/MessageOf.h"
+#include "support/Threads.h"
 
 #include <gtest/gtest.h>
 
@@ -151,6 +152,7 @@ TEST(TimerThreadTest, KeepsExceptionsInTheirOrder)
 
 TEST(TimerThreadTest, AStopFromItsOwnActionEndsItAllTheSame)
 {
+    const std::system_error deadlock(std::make_error_code(std::errc::resource_deadlock_would_occur));
     std::atomic<int> runs{0};
     std::unique_ptr<TimerThread> thread;
     bool startsAgain = false;
@@ -179,14 +181,7 @@ TEST(TimerThreadTest, AStopFromItsOwnActionEndsItAllTheSame)
         EXPECT_EQ(runs, round);
         for (const auto& exception : thread->ResetExceptions())
         {
-            try
-            {
-                std::rethrow_exception(exception);
-            }
-            catch (const std::system_error& error)
-            {
-                EXPECT_EQ(error.code(), std::errc::resource_deadlock_would_occur);
-            }
+            EXPECT_EQ(MessageOf<std::system_error>([&] { std::rethrow_exception(exception); }), deadlock.what());
         }
         if (round == 2)
         {
@@ -230,28 +225,20 @@ TEST(TimerThreadTest, AllFromManyThreads)
     std::atomic<int> runs{0};
     TimerThread thread([&] { ++runs; }, 0);
     thread.Start();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-    {
-        threads.emplace_back([&] {
-            for (std::uint32_t round = 0; round < 500; ++round)
-            {
-                thread.SetInterval(round % 2);
-                thread.SetEvent();
-                thread.SetAction([&] {
-                    ++runs;
-                    throw std::runtime_error("kept");
-                });
-                thread.Pause();
-                thread.ResetExceptions();
-                EXPECT_LE(thread.GetInterval(), 1u);
-            }
-        });
-    }
-    for (auto& each : threads)
-    {
-        each.join();
-    }
+    OnThreads(4, [&](unsigned) {
+        for (std::uint32_t round = 0; round < 500; ++round)
+        {
+            thread.SetInterval(round % 2);
+            thread.SetEvent();
+            thread.SetAction([&] {
+                ++runs;
+                throw std::runtime_error("kept");
+            });
+            thread.Pause();
+            thread.ResetExceptions();
+            EXPECT_LE(thread.GetInterval(), 1u);
+        }
+    });
     thread.Start();
     EXPECT_TRUE(Eventually([&] { return thread.HasExceptions(); }));
 }
