@@ -1,6 +1,7 @@
 // Copies, moves and temporary files.
 #include "Quoll/WideString.h"
 
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Wine.h"
 
@@ -59,14 +60,13 @@ protected:
     DWORD Copy(std::string_view from, std::string_view to, BOOL failIfExists) const
     {
         SetLastError(ERROR_GEN_FAILURE);
-        return CopyFileW(Name(from).c_str(), Name(to).c_str(), failIfExists) ? ERROR_SUCCESS : GetLastError();
+        return CodeOf(CopyFileW(Name(from).c_str(), Name(to).c_str(), failIfExists));
     }
     DWORD Move(std::string_view from, std::string_view to, DWORD flags = 0) const
     {
         SetLastError(ERROR_GEN_FAILURE);
-        const BOOL done = flags == 0 ? MoveFileW(Name(from).c_str(), Name(to).c_str())
-                                     : MoveFileExW(Name(from).c_str(), Name(to).c_str(), flags);
-        return done ? ERROR_SUCCESS : GetLastError();
+        return CodeOf(flags == 0 ? MoveFileW(Name(from).c_str(), Name(to).c_str())
+                                 : MoveFileExW(Name(from).c_str(), Name(to).c_str(), flags));
     }
     HANDLE Open(std::string_view name, DWORD access, DWORD share) const
     {
@@ -97,8 +97,7 @@ TEST_F(FileMoveContract, CopiesAndTheirRefusals)
         EXPECT_TRUE(row.replacing != 0 || Content(row.to) == Content(row.from)) << row.from << " " << row.to;
     }
     EXPECT_EQ(Content("one"), "one");
-    EXPECT_FALSE(CopyFileW(nullptr, Name("x").c_str(), FALSE));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(CodeOf(CopyFileW(nullptr, Name("x").c_str(), FALSE)), DWORD{ERROR_INVALID_PARAMETER});
 }
 
 TEST_F(FileMoveContract, ACopyHasTheAttributesAndTheLastWrite)
@@ -149,8 +148,7 @@ TEST_F(FileMoveContract, MovesAndTheirRefusals)
     EXPECT_EQ(Content("two"), "one");
     EXPECT_EQ(Content("one"), "none");
     EXPECT_EQ(Content("empty/full/file"), "inner");
-    EXPECT_FALSE(MoveFileW(nullptr, Name("x").c_str()));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(CodeOf(MoveFileW(nullptr, Name("x").c_str())), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
 TEST_F(FileMoveContract, AReadOnlyFileIsMovedButNotReplaced)
@@ -213,10 +211,8 @@ TEST_F(FileMoveContract, TemporaryNamesAreFree)
     EXPECT_EQ(GetTempFileNameW(Name("full\\").c_str(), ""_w, 0x98765, names[0]), 0x8765u); // no file is made then
     EXPECT_TRUE(IsWine() || WString(names[0]) == Name("full\\8765.tmp"));                  // Wine takes all the digits
     EXPECT_EQ(GetFileAttributesW(names[0]), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(GetTempFileNameW(Name("none").c_str(), "a"_w, 0, names[0]), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_DIRECTORY});
-    EXPECT_EQ(GetTempFileNameW(Name("one").c_str(), "a"_w, 0, names[0]), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_DIRECTORY});
+    EXPECT_EQ(CodeOf(GetTempFileNameW(Name("none").c_str(), "a"_w, 0, names[0]) != 0u), DWORD{ERROR_DIRECTORY});
+    EXPECT_EQ(CodeOf(GetTempFileNameW(Name("one").c_str(), "a"_w, 0, names[0]) != 0u), DWORD{ERROR_DIRECTORY});
 }
 
 } // namespace

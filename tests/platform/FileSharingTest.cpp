@@ -2,17 +2,18 @@
 #include "Quoll/WideString.h"
 
 #include "support/ChildProcess.h"
+#include "support/Gate.h"
+#include "support/Threads.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <condition_variable>
+#include <deque>
 #include <iostream>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace Quoll::Tests
@@ -154,64 +155,43 @@ TEST_F(FileSharingContract, HoldsBetweenProcessesUntilTheHolderIsKilled)
 
 TEST_F(FileSharingContract, OfTwoThatComeTogetherOneIsLetIn)
 {
-    constexpr int rounds = 300;
+    constexpr std::size_t rounds = 300;
+    std::deque<Gate> gates; // std::barrier sleeps for ever now and then where the runtime has no futex
+    for (std::size_t i = 0; i < rounds; ++i)
+    {
+        gates.emplace_back(2);
+    }
     std::atomic<int> inside = 0;
     std::atomic<int> most = 0;
-    std::atomic<int> let = 0;
-    int roundsWithout = 0;
-    // std::barrier sleeps for ever now and then where the runtime has no futex.
-    std::mutex mutex;
-    std::condition_variable changed;
-    int arrived = 0;
-    const auto meet = [&] {
-        std::unique_lock lock(mutex);
-        const int round = arrived++ / 2;
-        if (arrived % 2 == 0)
+    std::vector<std::atomic<int>> let(rounds);
+    OnThreads(2, [&](unsigned number) {
+        for (std::size_t i = 0; i < rounds; ++i)
         {
-            roundsWithout += let.exchange(0) == 0 ? 1 : 0;
-            changed.notify_one();
-        }
-        changed.wait(lock, [&] { return arrived / 2 > round; });
-    };
-    const auto run = [&](DWORD access) {
-        for (int i = 0; i < rounds; ++i)
-        {
-            const HANDLE file = Open(name, access, 0);
+            gates[i].Arrive();
+            gates[i].Wait();
+            const HANDLE file = Open(name, number == 0 ? GENERIC_READ : GENERIC_WRITE, 0);
             if (file != INVALID_HANDLE_VALUE)
             {
                 most = std::max<int>(most, ++inside);
-                ++let;
+                ++let[i];
                 --inside;
                 CloseHandle(file);
             }
-            meet();
         }
-    };
-    std::thread other(run, GENERIC_READ);
-    run(GENERIC_WRITE);
-    other.join();
+    });
     EXPECT_EQ(most, 1);
-    EXPECT_EQ(roundsWithout, 0);
+    EXPECT_EQ(std::count(let.begin(), let.end(), 0), 0);
 }
 
 TEST_F(FileSharingContract, ThoseWhoShareNeverHinderEachOther)
 {
-    std::atomic<int> failures = 0;
-    std::vector<std::thread> threads;
-    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, DWORD{FILE_APPEND_DATA}, DWORD{DELETE}})
-    {
-        threads.emplace_back([&, access] {
-            for (int i = 0; i < 300; ++i)
-            {
-                failures += Try(name, access, all) != ERROR_SUCCESS ? 1 : 0;
-            }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
-    EXPECT_EQ(failures, 0);
+    constexpr DWORD accesses[] = {GENERIC_READ, GENERIC_WRITE, FILE_APPEND_DATA, DELETE};
+    OnThreads(4, [&](unsigned number) {
+        for (int i = 0; i < 300; ++i)
+        {
+            EXPECT_EQ(Try(name, accesses[number], all), DWORD{ERROR_SUCCESS});
+        }
+    });
 }
 
 } // namespace

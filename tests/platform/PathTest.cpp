@@ -1,6 +1,7 @@
 // Names of devices, of the system's folder, and the forms of a path.
 #include "Quoll/NativePath.h"
 #include "Quoll/WideString.h"
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
 
 #include <windows.h>
@@ -35,13 +36,12 @@ TEST(DeviceContract, ADriveHasAMappingThatEndsInTwoNuls)
     for (const DWORD capacity : {DWORD{0}, DWORD{1}, count - 1})
     {
         SetLastError(k_someError);
-        EXPECT_EQ(QueryDosDeviceW("C:"_w, mapping, capacity), 0u);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER}) << capacity;
+        EXPECT_EQ(CodeOf(QueryDosDeviceW("C:"_w, mapping, capacity) != 0u), DWORD{ERROR_INSUFFICIENT_BUFFER})
+            << capacity;
     }
     for (const WideLiteral name : {"C"_w, ":"_w, "CC:"_w})
     {
-        EXPECT_EQ(QueryDosDeviceW(name.data(), mapping, 260), 0u);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+        EXPECT_EQ(CodeOf(QueryDosDeviceW(name.data(), mapping, 260) != 0u), DWORD{ERROR_FILE_NOT_FOUND});
     }
 }
 
@@ -53,8 +53,7 @@ TEST(DeviceContract, NullAsksForAllNames)
     names.resize(count);
     EXPECT_NE((WString(1, 0) + names).find(WString("\0C:\0"_w)), WString::npos);
     EXPECT_TRUE(names.ends_with("\0\0"_w));
-    EXPECT_EQ(QueryDosDeviceW(nullptr, names.data(), 1), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(CodeOf(QueryDosDeviceW(nullptr, names.data(), 1) != 0u), DWORD{ERROR_INSUFFICIENT_BUFFER});
 }
 
 TEST(FolderContract, ASmallBufferIsLeftAloneAndTheNeededCapacityTold)
@@ -100,13 +99,10 @@ TEST(PathFormContract, NoNameHasNone)
 {
     for (const auto call : {GetLongPathNameW, GetShortPathNameW})
     {
-        EXPECT_EQ(call(nullptr, nullptr, 0), 0u);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+        EXPECT_EQ(CodeOf(call(nullptr, nullptr, 0) != 0u), DWORD{ERROR_INVALID_PARAMETER});
     }
-    EXPECT_EQ(GetLongPathNameW(""_w, nullptr, 0), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
-    EXPECT_EQ(GetShortPathNameW(""_w, nullptr, 0), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_PATHNAME});
+    EXPECT_EQ(CodeOf(GetLongPathNameW(""_w, nullptr, 0) != 0u), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(CodeOf(GetShortPathNameW(""_w, nullptr, 0) != 0u), DWORD{ERROR_BAD_PATHNAME});
 }
 
 } // namespace

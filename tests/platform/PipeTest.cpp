@@ -1,4 +1,5 @@
 #include "Quoll/WideString.h"
+#include "support/CodeOf.h"
 
 #include <windows.h>
 
@@ -16,6 +17,7 @@ namespace
 
 using namespace Quoll::Literals;
 using Quoll::WString;
+using Quoll::Tests::CodeOf;
 
 constexpr DWORD limit = 60000;
 
@@ -41,8 +43,8 @@ struct Io
             return {WAIT_TIMEOUT, 0};
         }
         DWORD count = 0;
-        const BOOL ok = GetOverlappedResult(pipe, &record, &count, FALSE);
-        return {ok ? ERROR_SUCCESS : GetLastError(), count};
+        const DWORD code = CodeOf(GetOverlappedResult(pipe, &record, &count, FALSE));
+        return {code, count};
     }
     bool IsSet() const
     {
@@ -58,15 +60,13 @@ using Outcome = std::pair<DWORD, DWORD>;
 DWORD StartRead(HANDLE pipe, Io& io)
 {
     DWORD count = 0;
-    return ReadFile(pipe, io.buffer.data(), static_cast<DWORD>(io.buffer.size()), &count, &io.record) ? ERROR_SUCCESS
-                                                                                                      : GetLastError();
+    return CodeOf(ReadFile(pipe, io.buffer.data(), static_cast<DWORD>(io.buffer.size()), &count, &io.record));
 }
 
 DWORD StartWrite(HANDLE pipe, Io& io)
 {
     DWORD count = 0;
-    return WriteFile(pipe, io.buffer.data(), static_cast<DWORD>(io.buffer.size()), &count, &io.record) ? ERROR_SUCCESS
-                                                                                                       : GetLastError();
+    return CodeOf(WriteFile(pipe, io.buffer.data(), static_cast<DWORD>(io.buffer.size()), &count, &io.record));
 }
 
 DWORD Write(HANDLE pipe, std::string_view text)
@@ -138,8 +138,7 @@ protected:
         server = CreateInstance(PIPE_UNLIMITED_INSTANCES, size);
         ASSERT_NE(server, INVALID_HANDLE_VALUE) << GetLastError();
         Io connect;
-        ASSERT_FALSE(ConnectNamedPipe(server, &connect.record));
-        ASSERT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+        ASSERT_EQ(CodeOf(ConnectNamedPipe(server, &connect.record)), DWORD{ERROR_IO_PENDING});
         OpenMessageClient();
         ASSERT_EQ(connect.Result(server), Outcome(ERROR_SUCCESS, 0));
     }
@@ -176,8 +175,7 @@ TEST_F(PipeContract, AReadShorterThanTheMessageReportsMoreData)
     Io io(4);
     ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING});
     DWORD count = 0;
-    EXPECT_FALSE(GetOverlappedResult(server, &io.record, &count, FALSE));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_INCOMPLETE});
+    EXPECT_EQ(CodeOf(GetOverlappedResult(server, &io.record, &count, FALSE)), DWORD{ERROR_IO_INCOMPLETE});
     Write(client, "0123456789");
     EXPECT_EQ(io.Result(server), Outcome(ERROR_MORE_DATA, 4));
     ASSERT_EQ(StartRead(server, io), DWORD{ERROR_MORE_DATA}); // at once, and tells the event as well
@@ -255,8 +253,7 @@ TEST_F(PipeContract, CancelEndsAPendingReadAndFindsNothingElse)
     Io io;
     ASSERT_EQ(StartRead(server, io), DWORD{ERROR_IO_PENDING});
     OVERLAPPED other{};
-    EXPECT_FALSE(CancelIoEx(server, &other));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_FOUND});
+    EXPECT_EQ(CodeOf(CancelIoEx(server, &other)), DWORD{ERROR_NOT_FOUND});
     EXPECT_TRUE(CancelIoEx(server, &io.record));
     EXPECT_EQ(io.Result(server).first, DWORD{ERROR_OPERATION_ABORTED});
     Write(client, "after");
@@ -291,27 +288,20 @@ TEST_F(PipeContract, AThreadsEndCancelsItsOperationsOnBothEnds)
     CloseHandle(second);
 }
 
-TEST_F(PipeContract, AClosedClientLeavesItsMessagesThenBreaks)
+TEST_F(PipeContract, AClosedEndLeavesItsMessagesThenBreaks)
 {
-    ConnectBoth();
-    Write(client, "last");
-    Close(client);
-    EXPECT_EQ(Write(server, "x"), DWORD{ERROR_NO_DATA});
-    EXPECT_EQ(Read(server), "last");
-    EXPECT_EQ(Read(server), "error 109");
+    for (const auto& [closing, staying] : {std::pair{&server, &client}, {&client, &server}})
+    {
+        Close(client);
+        ConnectBoth();
+        Write(*closing, "last");
+        Close(*closing);
+        EXPECT_EQ(Write(*staying, "x"), DWORD{ERROR_NO_DATA});
+        EXPECT_EQ(Read(*staying), "last");
+        EXPECT_EQ(Read(*staying), "error 109");
+    }
     OVERLAPPED record{};
-    EXPECT_FALSE(ConnectNamedPipe(server, &record));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_DATA});
-}
-
-TEST_F(PipeContract, AClosedServerLeavesItsMessagesThenBreaks)
-{
-    ConnectBoth();
-    Write(server, "last");
-    Close(server);
-    EXPECT_EQ(Write(client, "x"), DWORD{ERROR_NO_DATA});
-    EXPECT_EQ(Read(client), "last");
-    EXPECT_EQ(Read(client), "error 109");
+    EXPECT_EQ(CodeOf(ConnectNamedPipe(server, &record)), DWORD{ERROR_NO_DATA});
 }
 
 TEST_F(PipeContract, DisconnectDropsWhatIsUnreadOnBothEnds)
@@ -324,8 +314,7 @@ TEST_F(PipeContract, DisconnectDropsWhatIsUnreadOnBothEnds)
     EXPECT_EQ(Write(client, "x"), DWORD{ERROR_PIPE_NOT_CONNECTED});
     EXPECT_EQ(Read(server), "error 233");
     EXPECT_EQ(Write(server, "x"), DWORD{ERROR_PIPE_NOT_CONNECTED});
-    EXPECT_FALSE(DisconnectNamedPipe(server));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PIPE_NOT_CONNECTED});
+    EXPECT_EQ(CodeOf(DisconnectNamedPipe(server)), DWORD{ERROR_PIPE_NOT_CONNECTED});
 }
 
 TEST_F(PipeContract, DisconnectEndsPendingReadsOfBothEndsAndTheInstanceServesAgain)
@@ -341,8 +330,7 @@ TEST_F(PipeContract, DisconnectEndsPendingReadsOfBothEndsAndTheInstanceServesAga
     Close(client);
 
     Io connect;
-    ASSERT_FALSE(ConnectNamedPipe(server, &connect.record));
-    ASSERT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+    ASSERT_EQ(CodeOf(ConnectNamedPipe(server, &connect.record)), DWORD{ERROR_IO_PENDING});
     OpenMessageClient();
     ASSERT_EQ(connect.Result(server).first, DWORD{ERROR_SUCCESS});
     Write(client, "again");
@@ -354,24 +342,19 @@ TEST_F(PipeContract, AClientThatCameFirstIsConnectedAtOnceWithoutTheEvent)
     server = CreateInstance();
     OpenMessageClient();
     Io connect;
-    EXPECT_FALSE(ConnectNamedPipe(server, &connect.record));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PIPE_CONNECTED});
+    EXPECT_EQ(CodeOf(ConnectNamedPipe(server, &connect.record)), DWORD{ERROR_PIPE_CONNECTED});
     EXPECT_FALSE(connect.IsSet());
     Close(client);
-    EXPECT_FALSE(ConnectNamedPipe(server, &connect.record));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_DATA});
+    EXPECT_EQ(CodeOf(ConnectNamedPipe(server, &connect.record)), DWORD{ERROR_NO_DATA});
 }
 
 TEST_F(PipeContract, InstancesRunOutAndWaitersAreToldOfAFreeOne)
 {
     server = CreateInstance(1);
-    EXPECT_EQ(CreateInstance(1), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PIPE_BUSY});
+    EXPECT_EQ(CodeOf(CreateInstance(1) != INVALID_HANDLE_VALUE), DWORD{ERROR_PIPE_BUSY});
     OpenMessageClient();
-    EXPECT_EQ(OpenClient(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PIPE_BUSY});
-    EXPECT_FALSE(WaitNamedPipeW(name.c_str(), 20));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SEM_TIMEOUT});
+    EXPECT_EQ(CodeOf(OpenClient() != INVALID_HANDLE_VALUE), DWORD{ERROR_PIPE_BUSY});
+    EXPECT_EQ(CodeOf(WaitNamedPipeW(name.c_str(), 20)), DWORD{ERROR_SEM_TIMEOUT});
 
     std::thread waiter([&] { EXPECT_TRUE(WaitNamedPipeW(name.c_str(), limit)) << GetLastError(); });
     DisconnectNamedPipe(server);
@@ -384,10 +367,8 @@ TEST_F(PipeContract, InstancesRunOutAndWaitersAreToldOfAFreeOne)
 
 TEST_F(PipeContract, NamesAreCheckedAndCaseDoesNotMatter)
 {
-    EXPECT_EQ(OpenClient(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_FALSE(WaitNamedPipeW(name.c_str(), 20));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(CodeOf(OpenClient() != INVALID_HANDLE_VALUE), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(CodeOf(WaitNamedPipeW(name.c_str(), 20)), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_EQ(CreateNamedPipeW("no pipe"_w, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED, PIPE_TYPE_MESSAGE, 1, 0, 0, 0,
                                nullptr),
               INVALID_HANDLE_VALUE);

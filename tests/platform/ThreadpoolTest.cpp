@@ -1,14 +1,13 @@
 #include "support/Eventually.h"
+#include "support/Gate.h"
+#include "support/Threads.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
-#include <vector>
 
 namespace Quoll::Tests
 {
@@ -19,18 +18,6 @@ namespace
 // What callbacks do, and how far they are.
 struct Scene
 {
-    void Release()
-    {
-        const std::lock_guard guard(lock);
-        released = true;
-        changed.notify_all();
-    }
-    void Block()
-    {
-        std::unique_lock guard(lock);
-        changed.wait(guard, [this] { return released; });
-    }
-
     static void CALLBACK Count(PTP_CALLBACK_INSTANCE, void* scene, PTP_WORK)
     {
         ++static_cast<Scene*>(scene)->ended;
@@ -39,13 +26,11 @@ struct Scene
     {
         auto* const scene = static_cast<Scene*>(context);
         ++scene->begun;
-        scene->Block();
+        scene->go.Wait();
         ++scene->ended;
     }
 
-    std::mutex lock;
-    std::condition_variable changed;
-    bool released = false;
+    Gate go;
     std::atomic<int> begun = 0;
     std::atomic<int> ended = 0;
 };
@@ -60,17 +45,12 @@ TEST(ThreadpoolContract, EachSubmissionIsOneCallAndWaitingWaitsForAll)
     WaitForThreadpoolWorkCallbacks(work, FALSE); // nothing to wait for
     for (int round = 1; round <= 5; ++round)
     {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < producers; ++i)
-        {
-            threads.emplace_back([work] {
-                for (int call = 0; call < calls; ++call)
-                {
-                    SubmitThreadpoolWork(work);
-                }
-            });
-        }
-        threads.clear();
+        OnThreads(producers, [work](unsigned) {
+            for (int call = 0; call < calls; ++call)
+            {
+                SubmitThreadpoolWork(work);
+            }
+        });
         WaitForThreadpoolWorkCallbacks(work, FALSE);
         EXPECT_EQ(scene.ended, round * producers * calls);
     }
@@ -94,7 +74,7 @@ TEST(ThreadpoolContract, BlockedCallbacksHoldUpNobody)
     WaitForThreadpoolWorkCallbacks(counting, FALSE);
     EXPECT_EQ(counted.ended, calls);
     EXPECT_EQ(blocked.ended, 0);
-    blocked.Release();
+    blocked.go.Arrive();
     WaitForThreadpoolWorkCallbacks(blocking, FALSE);
     EXPECT_EQ(blocked.ended, calls);
     CloseThreadpoolWork(blocking);
@@ -117,7 +97,7 @@ TEST(ThreadpoolContract, CancellingDropsWhatHasNotBegunAndWaitsForTheRest)
         waited = true;
     });
     EXPECT_FALSE(Eventually([&] { return waited.load(); }, std::chrono::milliseconds(50)));
-    scene.Release();
+    scene.go.Arrive();
     canceller.join();
     EXPECT_EQ(scene.ended, scene.begun);
     EXPECT_LT(scene.ended, calls);
@@ -137,7 +117,7 @@ TEST(ThreadpoolContract, ClosedWorkStillRunsWhatWasSubmitted)
         SubmitThreadpoolWork(work);
     }
     CloseThreadpoolWork(work);
-    scene.Release();
+    scene.go.Arrive();
     EXPECT_TRUE(Eventually([&] { return scene.ended == calls; }));
 }
 

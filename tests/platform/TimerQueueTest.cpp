@@ -1,3 +1,6 @@
+#include "support/CodeOf.h"
+#include "support/Threads.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -6,10 +9,11 @@
 #include <atomic>
 #include <memory>
 #include <thread>
-#include <vector>
 
 namespace
 {
+
+using Quoll::Tests::CodeOf;
 
 constexpr DWORD limit = 60000;
 constexpr DWORD later = 3'600'000;
@@ -168,8 +172,7 @@ TEST_F(TimerQueueContract, DeletionDoesNotWaitWithAnEventOrWithout)
         ASSERT_TRUE(calls.called.Wait());
         const Event ended;
         SetLastError(0);
-        EXPECT_FALSE(Delete(timer, withEvent ? HANDLE{ended} : nullptr));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+        EXPECT_EQ(CodeOf(Delete(timer, withEvent ? HANDLE{ended} : nullptr)), DWORD{ERROR_IO_PENDING});
         EXPECT_FALSE(ended.Wait(0));
         calls.go.Set();
         EXPECT_EQ(ended.Wait(withEvent ? limit : moment), withEvent);
@@ -193,8 +196,7 @@ struct Suicide
         auto& self = *static_cast<Suicide*>(context);
         EXPECT_TRUE(self.ready.Wait());
         SetLastError(0);
-        EXPECT_FALSE(DeleteTimerQueueTimer(self.queue, self.timer, self.completion));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+        EXPECT_EQ(CodeOf(DeleteTimerQueueTimer(self.queue, self.timer, self.completion)), DWORD{ERROR_IO_PENDING});
         self.done.Set();
     }
 
@@ -227,13 +229,10 @@ TEST_F(TimerQueueContract, WhatIsNotThere)
     HANDLE timer = nullptr;
     EXPECT_TRUE(CreateTimerQueueTimer(&timer, nullptr, Calls::Count, &calls, 0, 0, 0)) << "the default queue";
     EXPECT_TRUE(calls.called.Wait());
-    EXPECT_FALSE(CloseHandle(timer));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(CodeOf(CloseHandle(timer)), DWORD{ERROR_INVALID_HANDLE});
     EXPECT_TRUE(DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE));
-    EXPECT_FALSE(Delete(nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-    EXPECT_FALSE(DeleteTimerQueueEx(nullptr, INVALID_HANDLE_VALUE));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(CodeOf(Delete(nullptr)), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(CodeOf(DeleteTimerQueueEx(nullptr, INVALID_HANDLE_VALUE)), DWORD{ERROR_INVALID_HANDLE});
 }
 
 // Threads start timers and delete them about when they fire; what a callback uses is gone right after that.
@@ -245,37 +244,29 @@ TEST_F(TimerQueueContract, NoCallbackRunsAfterADeletionThatWaited)
         int plain = 0; // races with the check below if a callback comes late
     };
     std::atomic<int> calls{0};
-    std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < 4; ++thread)
-    {
-        threads.emplace_back([&, thread] {
-            for (unsigned round = 0; round < 1000; ++round)
+    Quoll::Tests::OnThreads(4, [&](unsigned thread) {
+        for (unsigned round = 0; round < 1000 || (calls == 0 && round < 1'000'000); ++round)
+        {
+            std::array<std::unique_ptr<Context>, 3> contexts;
+            std::array<HANDLE, 3> timers{};
+            for (unsigned i = 0; i < contexts.size(); ++i)
             {
-                std::array<std::unique_ptr<Context>, 3> contexts;
-                std::array<HANDLE, 3> timers{};
-                for (unsigned i = 0; i < contexts.size(); ++i)
-                {
-                    contexts[i] = std::make_unique<Context>(Context{calls});
-                    timers[i] = Start(
-                        [](void* context, BOOLEAN) {
-                            ++static_cast<Context*>(context)->plain;
-                            ++static_cast<Context*>(context)->calls;
-                        },
-                        contexts[i].get(), (thread + round + i) % 3);
-                }
-                for (unsigned i = 0; i < contexts.size(); ++i)
-                {
-                    EXPECT_TRUE(Delete(timers[i]));
-                    EXPECT_LE(contexts[i]->plain, 1);
-                    contexts[i].reset();
-                }
+                contexts[i] = std::make_unique<Context>(Context{calls});
+                timers[i] = Start(
+                    [](void* context, BOOLEAN) {
+                        ++static_cast<Context*>(context)->plain;
+                        ++static_cast<Context*>(context)->calls;
+                    },
+                    contexts[i].get(), (thread + round + i) % 3);
             }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+            for (unsigned i = 0; i < contexts.size(); ++i)
+            {
+                EXPECT_TRUE(Delete(timers[i]));
+                EXPECT_LE(contexts[i]->plain, 1);
+                contexts[i].reset();
+            }
+        }
+    });
     EXPECT_GT(calls, 0);
 }
 

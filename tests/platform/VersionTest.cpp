@@ -1,6 +1,7 @@
 // Version resources of programs.
 #include "Quoll/NativePath.h"
 #include "Quoll/WideString.h"
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
 #include "support/VersionedImage.h"
 
@@ -40,12 +41,10 @@ protected:
     static void ExpectError(const WString& file, DWORD code)
     {
         DWORD unused = 1;
-        EXPECT_EQ(GetFileVersionInfoSizeW(file.c_str(), &unused), 0u);
-        EXPECT_EQ(GetLastError(), code);
+        EXPECT_EQ(CodeOf(GetFileVersionInfoSizeW(file.c_str(), &unused) != 0u), code);
         EXPECT_EQ(unused, 0u);
         char buffer[1000];
-        EXPECT_FALSE(GetFileVersionInfoW(file.c_str(), 0, sizeof(buffer), buffer));
-        EXPECT_EQ(GetLastError(), code);
+        EXPECT_EQ(CodeOf(GetFileVersionInfoW(file.c_str(), 0, sizeof(buffer), buffer)), code);
     }
 
     static std::vector<char> ReadBlock(const WString& file)
@@ -123,10 +122,8 @@ TEST_F(VersionContract, FilesWithoutAVersion)
     ExpectError(FileNamed("missing"), ERROR_FILE_NOT_FOUND);
     ExpectError(FileNamed("missing/file"), ERROR_PATH_NOT_FOUND);
     ExpectError(FileNamed("."), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(GetFileVersionInfoSizeW(""_w, nullptr), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_PATHNAME});
-    EXPECT_EQ(GetFileVersionInfoSizeW(nullptr, nullptr), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(CodeOf(GetFileVersionInfoSizeW(""_w, nullptr) != 0u), DWORD{ERROR_BAD_PATHNAME});
+    EXPECT_EQ(CodeOf(GetFileVersionInfoSizeW(nullptr, nullptr) != 0u), DWORD{ERROR_INVALID_PARAMETER});
 }
 
 TEST_F(VersionContract, ASmallBufferGetsWhatFits)

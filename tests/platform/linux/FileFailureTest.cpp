@@ -1,5 +1,6 @@
 // Transfers that stop early or fail half-way.
 #include "support/ChildProcess.h"
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
 #include "support/linux/ForcedTransfers.h"
 
@@ -75,8 +76,7 @@ TEST_F(FileFailures, ReadsGoOnUntilTheyHaveAllOrFail)
         DWORD count = 0;
         {
             const ForcedTransfers forced(row.steps);
-            const BOOL done = ReadFile(file, buffer, sizeof buffer, &count, nullptr);
-            EXPECT_EQ(done ? ERROR_SUCCESS : GetLastError(), row.code);
+            EXPECT_EQ(CodeOf(ReadFile(file, buffer, sizeof buffer, &count, nullptr)), row.code);
             EXPECT_EQ(forced.Left(), 0u);
         }
         EXPECT_EQ(std::string(buffer, count), row.read);
@@ -102,8 +102,7 @@ TEST_F(FileFailures, WritesGoOnUntilTheyHaveAllOrTheDiskIsFull)
         const HANDLE file = Open(GENERIC_WRITE);
         DWORD count = 99;
         const ForcedTransfers forced(row.steps);
-        const BOOL done = WriteFile(file, "abcd", 4, &count, nullptr);
-        EXPECT_EQ(done ? ERROR_SUCCESS : GetLastError(), row.code);
+        EXPECT_EQ(CodeOf(WriteFile(file, "abcd", 4, &count, nullptr)), row.code);
         EXPECT_EQ(count, row.written);
         EXPECT_EQ(forced.Left(), 0u);
         CloseHandle(file);
@@ -129,8 +128,7 @@ TEST_F(FileFailures, NoPartOfACopyStays)
     {
         fs::remove(directory.Path() / "copy");
         const ForcedTransfers forced(row.steps);
-        const BOOL done = CopyFileW(Name("file").c_str(), Name("copy").c_str(), TRUE);
-        EXPECT_EQ(done ? ERROR_SUCCESS : GetLastError(), row.code);
+        EXPECT_EQ(CodeOf(CopyFileW(Name("file").c_str(), Name("copy").c_str(), TRUE)), row.code);
         EXPECT_EQ(forced.Left(), 0u);
         EXPECT_EQ(fs::exists(directory.Path() / "copy"), row.code == ERROR_SUCCESS);
         EXPECT_TRUE(row.code != ERROR_SUCCESS || Content(directory.Path() / "copy") == "0123456789");
@@ -142,8 +140,7 @@ TEST_F(FileFailures, OfAFailedCopyThatALinkLedToNothingStays)
     std::ofstream(directory.Path() / "target") << "old";
     fs::create_symlink("target", directory.Path() / "copy");
     const ForcedTransfers forced({3, -ENOSPC});
-    EXPECT_FALSE(CopyFileW(Name("file").c_str(), Name("copy").c_str(), FALSE));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(CodeOf(CopyFileW(Name("file").c_str(), Name("copy").c_str(), FALSE)), DWORD{ERROR_DISK_FULL});
     EXPECT_TRUE(fs::is_symlink(directory.Path() / "copy"));
     EXPECT_EQ(Content(directory.Path() / "target"), "");
 }
@@ -217,8 +214,7 @@ TEST_F(FileFailures, AFailedMoveToAnotherFileSystemChangesNothing)
     for (const auto& row : rows)
     {
         const ForcedTransfers forced(row.steps);
-        EXPECT_FALSE(MoveFileW(Name("file").c_str(), PathFromNative(other / "file").c_str()));
-        EXPECT_EQ(GetLastError(), row.code);
+        EXPECT_EQ(CodeOf(MoveFileW(Name("file").c_str(), PathFromNative(other / "file").c_str())), row.code);
         EXPECT_EQ(forced.Left(), 0u);
         EXPECT_EQ(Content(directory.Path() / "file"), "0123456789");
         EXPECT_TRUE(fs::is_empty(other));

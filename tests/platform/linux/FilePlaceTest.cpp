@@ -3,6 +3,7 @@
 #include "platform/linux/FileErrors.h"
 #include "platform/linux/FileName.h"
 
+#include "support/CodeOf.h"
 #include "support/TemporaryDirectory.h"
 
 #include <platform/native_path.h>
@@ -53,7 +54,7 @@ DWORD Attributes(const fs::path& path)
 
 DWORD Delete(const fs::path& path)
 {
-    return DeleteFileW(PathFromNative(path).c_str()) ? ERROR_SUCCESS : GetLastError();
+    return CodeOf(DeleteFileW(PathFromNative(path).c_str()));
 }
 
 std::string Content(const fs::path& path)
@@ -175,8 +176,8 @@ TEST_F(FilePlaces, PipesSocketsAndDevicesAreSeenButNotOpened)
         }
         EXPECT_EQ(Try(place, GENERIC_WRITE, CREATE_ALWAYS), DWORD{ERROR_ACCESS_DENIED}) << place;
         EXPECT_EQ(Attributes(place), DWORD{FILE_ATTRIBUTE_DEVICE}) << place;
-        EXPECT_FALSE(CopyFileW(PathFromNative(place).c_str(), PathFromNative(At("copy")).c_str(), FALSE));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+        EXPECT_EQ(CodeOf(CopyFileW(PathFromNative(place).c_str(), PathFromNative(At("copy")).c_str(), FALSE)),
+                  DWORD{ERROR_ACCESS_DENIED});
     }
     EXPECT_EQ(Delete(At("fifo")), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(Delete(At("socket")), DWORD{ERROR_SUCCESS});
@@ -219,8 +220,7 @@ TEST_F(FilePlaces, AnyHostNameIsOpenedAndDeleted)
     }
     EXPECT_EQ(Try(At(std::string(300, 'x').c_str()), GENERIC_READ), DWORD{ERROR_FILENAME_EXCED_RANGE});
     EXPECT_EQ(Try(std::string(70'000, 'x'), GENERIC_READ), DWORD{ERROR_FILENAME_EXCED_RANGE});
-    EXPECT_EQ(GetFileAttributesW(u"\\\\server\\share"), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_NETPATH});
+    EXPECT_EQ(CodeOf(GetFileAttributesW(u"\\\\server\\share") != INVALID_FILE_ATTRIBUTES), DWORD{ERROR_BAD_NETPATH});
     EXPECT_EQ(GetFileAttributesW((u"\\\\?\\" + PathFromNative(At("none")) + u"\\..").c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
@@ -236,8 +236,7 @@ TEST_F(FilePlaces, WriteOnlyFilesAreShared)
     const HANDLE second = open(FILE_SHARE_WRITE);
     EXPECT_NE(first, INVALID_HANDLE_VALUE);
     EXPECT_NE(second, INVALID_HANDLE_VALUE);
-    EXPECT_EQ(open(0), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(CodeOf(open(0) != INVALID_HANDLE_VALUE), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(Delete(At("file")), DWORD{ERROR_SHARING_VIOLATION});
     CloseHandle(first);
     CloseHandle(second);
@@ -284,15 +283,13 @@ TEST_F(FilePlaces, OneOfTwoNamesOfAFileTakesTheOthersPlace)
         return MoveFileExW(PathFromNative(At(from)).c_str(), PathFromNative(At(to)).c_str(), flags);
     };
     EXPECT_TRUE(move("one", "./one", MOVEFILE_REPLACE_EXISTING));
-    EXPECT_FALSE(move("one", "two", 0));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+    EXPECT_EQ(CodeOf(move("one", "two", 0)), DWORD{ERROR_ALREADY_EXISTS});
     EXPECT_TRUE(move("one", "two", MOVEFILE_REPLACE_EXISTING)) << GetLastError();
     EXPECT_FALSE(fs::exists(At("one")));
     EXPECT_EQ(Content(At("two")), "text");
-    EXPECT_FALSE(move("two", "three", MOVEFILE_DELAY_UNTIL_REBOOT));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_SUPPORTED});
-    EXPECT_FALSE(move("two", "three", MOVEFILE_DELAY_UNTIL_REBOOT | MOVEFILE_COPY_ALLOWED));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(CodeOf(move("two", "three", MOVEFILE_DELAY_UNTIL_REBOOT)), DWORD{ERROR_NOT_SUPPORTED});
+    EXPECT_EQ(CodeOf(move("two", "three", MOVEFILE_DELAY_UNTIL_REBOOT | MOVEFILE_COPY_ALLOWED)),
+              DWORD{ERROR_INVALID_PARAMETER});
 }
 
 /// A folder on a file system that isn't that of temporary files.
@@ -320,8 +317,7 @@ protected:
     }
     DWORD Move(const fs::path& from, const fs::path& to, DWORD flags = MOVEFILE_COPY_ALLOWED) const
     {
-        return MoveFileExW(PathFromNative(from).c_str(), PathFromNative(to).c_str(), flags) ? ERROR_SUCCESS
-                                                                                            : GetLastError();
+        return CodeOf(MoveFileExW(PathFromNative(from).c_str(), PathFromNative(to).c_str(), flags));
     }
     static std::size_t Names(const fs::path& folder)
     {
@@ -394,10 +390,8 @@ TEST_F(FilePlaces, AnOrdinaryUserIsRefused)
     EXPECT_EQ(Try(At("folder/new"), GENERIC_WRITE, CREATE_NEW), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(Delete(At("folder/file")), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(Delete("/etc/passwd"), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(SetFileAttributesW(u"/etc/passwd", FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(MoveFileW(u"/etc/passwd", PathFromNative(At("passwd")).c_str()));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(CodeOf(SetFileAttributesW(u"/etc/passwd", FILE_ATTRIBUTE_READONLY)), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(CodeOf(MoveFileW(u"/etc/passwd", PathFromNative(At("passwd")).c_str())), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_FALSE(fs::exists(At("passwd")));
     ASSERT_EQ(chmod(At("folder").c_str(), S_IRWXU), 0);
 }
