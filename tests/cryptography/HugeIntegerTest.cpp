@@ -22,6 +22,7 @@ struct Huge : Utilities::HugeInteger
     using HugeInteger::divMod;
     using HugeInteger::HugeInteger;
     using HugeInteger::isAbsBigger;
+    using HugeInteger::operator=;
     using HugeInteger::reflect;
     using HugeInteger::removeSpace;
 
@@ -46,11 +47,6 @@ struct Huge : Utilities::HugeInteger
             made.removeSpace();
         }
         return made;
-    }
-    Huge& operator=(int value)
-    {
-        HugeInteger::operator=(value);
-        return *this;
     }
 };
 

@@ -48,15 +48,7 @@ const RSACryptKey PublicKey = Key("65537", "300000000000000000002400000000000000
 template<class Action>
 bool IsCorrupted(const Action& action)
 {
-    try
-    {
-        action();
-    }
-    catch (const RsaError& error)
-    {
-        return error.what() == "input data corrupted";
-    }
-    return false;
+    return MessageOf<RsaError>(action) == "input data corrupted";
 }
 
 std::string Packed(const std::string& bytes)

@@ -3,94 +3,54 @@
 
 #include <gtest/gtest.h>
 
-#include <gmp.h>
-
-#include <array>
-#include <cstdlib>
-#include <random>
-#include <string>
+#include <gmpxx.h>
 
 using Quoll::Utilities::HugeInteger;
 
 namespace
 {
 
-// A number of GMP's.
-class Peer
-{
-public:
-    explicit Peer(const std::string& text = "0")
-    {
-        mpz_init_set_str(m_number, text.c_str(), 10);
-    }
-    ~Peer()
-    {
-        mpz_clear(m_number);
-    }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    operator mpz_ptr() // NOLINT(google-explicit-constructor): as GMP's own type is used
-    {
-        return m_number;
-    }
-    std::string Text(int base = 10)
-    {
-        char* const text = mpz_get_str(nullptr, base, m_number);
-        std::string copy(text);
-        std::free(text); // NOLINT: allocated by the C library
-        return copy;
-    }
-
-private:
-    mpz_t m_number;
-};
-
-HugeInteger Number(const std::string& text)
+HugeInteger Number(const mpz_class& value)
 {
     HugeInteger number;
-    number = text[0] == '-' ? -1 : 1;
-    number.FromString(text[0] == '-' ? text.substr(1) : text);
+    number = value < 0 ? -1 : 1;
+    number.FromString(mpz_class(abs(value)).get_str());
     return number;
 }
 
-std::string RandomDigits(std::mt19937& random, std::size_t count)
+mpz_class RandomNumber(gmp_randclass& random, std::size_t digits)
 {
-    std::string digits(1, static_cast<char>('1' + random() % 9));
-    while (digits.size() < count)
-    {
-        digits += static_cast<char>('0' + random() % 10);
-    }
-    return digits;
+    mpz_class least;
+    mpz_ui_pow_ui(least.get_mpz_t(), 10, digits - 1);
+    return least + mpz_class(random.get_z_range(9 * least));
+}
+
+void ExpectSame(HugeInteger number, const mpz_class& expected)
+{
+    EXPECT_EQ(number.ToString(), expected.get_str());
 }
 
 } // namespace
 
 TEST(HugeInteger, ArithmeticIsThatOfGmp)
 {
-    std::mt19937 random(1);
+    gmp_randclass random(gmp_randinit_mt);
     for (const std::size_t count : {1U, 30U, 300U, 2000U, 7000U, 70000U})
     {
-        const std::string aText = (count % 20 == 0 ? "-" : "") + RandomDigits(random, count + random() % count);
-        const std::string bText = RandomDigits(random, count);
-        HugeInteger a = Number(aText);
-        const HugeInteger b = Number(bText);
-        Peer x(aText);
-        Peer y(bText);
-        Peer z;
-        EXPECT_EQ(a.toBinary().size(), mpz_sizeinbase(x, 2));
-        const auto expect = [&](HugeInteger result, auto* operation) {
-            operation(z, x, y);
-            EXPECT_EQ(result.ToString(), z.Text());
-        };
-        expect(a + b, mpz_add);
-        expect(a - b, mpz_sub);
-        expect(a * b, mpz_mul);
-        expect(a / b, mpz_tdiv_q);
-        expect(a % b, mpz_tdiv_r);
+        const int sign = count % 20 == 0 ? -1 : 1;
+        const mpz_class x = sign * RandomNumber(random, count + count / 2);
+        const mpz_class y = RandomNumber(random, count);
+        HugeInteger a = Number(x);
+        const HugeInteger b = Number(y);
+        EXPECT_EQ(a.toBinary().size(), mpz_sizeinbase(x.get_mpz_t(), 2));
+        ExpectSame(a + b, x + y);
+        ExpectSame(a - b, x - y);
+        ExpectSame(a * b, x * y);
+        ExpectSame(a / b, x / y);
+        ExpectSame(a % b, x % y);
         if (count < 10000)
         {
-            expect(a.abs().getMaxDiviser(b), mpz_gcd);
+            ExpectSame(a.abs().getMaxDiviser(b), gcd(x, y));
         }
     }
 }
@@ -98,35 +58,31 @@ TEST(HugeInteger, ArithmeticIsThatOfGmp)
 // Odd moduli and even ones, long exponents, bases that exceed the modulus.
 TEST(HugeInteger, PowersAreThoseOfGmp)
 {
-    std::mt19937 random(2);
+    gmp_randclass random(gmp_randinit_mt);
     for (const std::size_t count : {10U, 19U, 20U, 100U, 155U, 300U, 301U, 309U, 600U})
     {
         for (const std::size_t baseCount : {count - 1, 3 * count + 7, std::size_t{2}})
         {
-            const std::array texts{RandomDigits(random, baseCount), RandomDigits(random, count),
-                                   RandomDigits(random, count)};
-            Peer base(texts[0]);
-            Peer exponent(texts[1]);
-            Peer modulus(texts[2]);
-            mpz_powm(base, base, exponent, modulus);
-            EXPECT_EQ(Number(texts[0]).calcPowMod(Number(texts[1]).toBinary(), Number(texts[2])).ToString(),
-                      base.Text())
-                << count << " " << baseCount;
+            const mpz_class base = RandomNumber(random, baseCount);
+            const mpz_class exponent = RandomNumber(random, count);
+            const mpz_class modulus = RandomNumber(random, count);
+            mpz_class power;
+            mpz_powm(power.get_mpz_t(), base.get_mpz_t(), exponent.get_mpz_t(), modulus.get_mpz_t());
+            ExpectSame(Number(base).calcPowMod(Number(exponent).toBinary(), Number(modulus)), power);
         }
     }
 }
 
 TEST(HugeInteger, FindsThePrimesOfGmp)
 {
-    std::mt19937 random(3);
+    gmp_randclass random(gmp_randinit_mt);
     for (const std::size_t count : {4U, 18U, 19U, 20U, 39U, 100U, 155U})
     {
-        Peer prime(RandomDigits(random, count));
-        mpz_nextprime(prime, prime);
-        EXPECT_TRUE(Number(prime.Text()).IsPrime()) << prime.Text();
-        Peer product;
-        mpz_nextprime(product, prime);
-        mpz_mul(product, product, prime);
-        EXPECT_FALSE(Number(product.Text()).IsPrime()) << product.Text();
+        mpz_class prime = RandomNumber(random, count);
+        mpz_nextprime(prime.get_mpz_t(), prime.get_mpz_t());
+        EXPECT_TRUE(Number(prime).IsPrime()) << prime.get_str();
+        mpz_class next;
+        mpz_nextprime(next.get_mpz_t(), prime.get_mpz_t());
+        EXPECT_FALSE(Number(prime * next).IsPrime()) << prime.get_str();
     }
 }
