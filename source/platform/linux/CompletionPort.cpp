@@ -101,10 +101,14 @@ CompletionPort::Packet CompletionPort::Remove(DWORD milliseconds) noexcept
     {
         const std::lock_guard guard(m_lock);
         waiter.packet = TakeFirst();
-        if (waiter.packet != nullptr || m_closed || milliseconds == 0)
+        if (waiter.packet != nullptr)
         {
-            SetLastError(m_closed ? ERROR_ABANDONED_WAIT_0 : WAIT_TIMEOUT);
             return Packet(waiter.packet);
+        }
+        if (m_closed || milliseconds == 0)
+        {
+            Fail(m_closed ? ERROR_ABANDONED_WAIT_0 : WAIT_TIMEOUT);
+            return nullptr;
         }
         Link(waiter);
     }
@@ -122,7 +126,10 @@ CompletionPort::Packet CompletionPort::Remove(DWORD milliseconds) noexcept
             }
         }
     }
-    SetLastError(ERROR_ABANDONED_WAIT_0);
+    if (waiter.packet == nullptr)
+    {
+        Fail(ERROR_ABANDONED_WAIT_0);
+    }
     return Packet(waiter.packet);
 }
 
