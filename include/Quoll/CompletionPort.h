@@ -47,13 +47,15 @@ public:
     /// So many of its threads are to run at once, 0 for as many as there are processors: while they do,
     /// Windows lets others wait although there are completions. Linux and Wine set no such limit.
     ///
-    /// Throws Win32Exception "Can't create a completion port" if the system has no room for it.
+    /// Throws Win32Exception "Can't create a completion port" if the system has no room for it, std::bad_alloc
+    /// if there is no memory for this object's own part.
     explicit CompletionPort(unsigned int runningThreads = 0);
 
     CompletionPort(const CompletionPort&) = delete;
     CompletionPort& operator=(const CompletionPort&) = delete;
 
-    /// Closes the port; completions that nobody has taken are dropped. Files stay associated with nothing.
+    /// Closes the port; completions that nobody has taken are dropped, and so are those to come. The files stay
+    /// open, and can't be given another port.
     ~CompletionPort();
 
     /// Has each operation that is started on a file or pipe from now on end here, until the file is closed.

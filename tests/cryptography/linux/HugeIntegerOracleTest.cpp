@@ -38,7 +38,8 @@ TEST(HugeInteger, ArithmeticIsThatOfGmp)
     for (const std::size_t count : {1U, 30U, 300U, 2000U, 7000U, 70000U})
     {
         const int sign = count % 20 == 0 ? -1 : 1;
-        const mpz_class x = sign * RandomNumber(random, count + count / 2);
+        const mpz_class more = random.get_z_range(count);
+        const mpz_class x = sign * RandomNumber(random, count + more.get_ui());
         const mpz_class y = RandomNumber(random, count);
         HugeInteger a = Number(x);
         const HugeInteger b = Number(y);
