@@ -1,10 +1,11 @@
 // Blocks of the one-bit mode side by side, from what is known of them beforehand to their first bits.
 //
-// Of all that a byte's eight blocks are made of, only the bits of that byte itself are unknown beforehand, and they
-// stand in one byte of the fourth word. So the first round can be done for all eight at once, and of the second all
-// but one look-up.
+// The last seven bits that a block is made of stand in one byte of its fourth word, also when that is rotated in the
+// first round. So a block can be opened seven bits before its turn: all of the first round, and of the second all but
+// one look-up.
 #pragma once
 
+#include "cryptography/twofish/OneBitFeedback.h"
 #include "cryptography/twofish/Round.h"
 
 #include <array>
@@ -17,18 +18,18 @@ namespace Quoll::Twofish
 // The first bit of a block is known behind it: the round after it only changes the other half.
 constexpr unsigned LastRound = 14;
 
-// What is known of a block before the last bits of its window are.
-struct Opening
+// What is known of blocks before the last bits of their windows are, in a ring.
+struct Openings
 {
-    std::uint32_t a;
-    std::uint32_t b;
-    std::uint32_t c;
-    std::uint32_t d;
-    std::uint32_t left;  // of the second round's two sums
-    std::uint32_t right; // the same, but for one look-up
-};
+    static constexpr std::size_t Size = 32;
 
-using Openings = std::array<Opening, 8>; // of the blocks of one byte
+    alignas(64) std::array<std::uint32_t, Size> a;
+    std::array<std::uint32_t, Size> b;
+    std::array<std::uint32_t, Size> c;
+    std::array<std::uint32_t, Size> d;
+    std::array<std::uint32_t, Size> left;  // of the second round's two sums
+    std::array<std::uint32_t, Size> right; // the same, but for one look-up
+};
 
 // The second round's right sum without the look-up that waits for the last bits.
 [[gnu::always_inline]] inline std::uint32_t RightSum(const Schedule& schedule, std::uint32_t b) noexcept
@@ -38,18 +39,19 @@ using Openings = std::array<Opening, 8>; // of the blocks of one byte
 
 // The blocks' first bits. `last` holds each one's last bits, seven at the most.
 template<std::size_t Count>
-[[gnu::always_inline]] inline std::array<unsigned, Count> Close(const Schedule& schedule,
-                                                                const std::array<const Opening*, Count>& openings,
+[[gnu::always_inline]] inline std::array<unsigned, Count> Close(const Schedule& schedule, const Openings& openings,
+                                                                const std::array<std::size_t, Count>& places,
                                                                 const std::array<unsigned, Count>& last) noexcept
 {
     std::array<Block, Count> blocks;
 #pragma GCC unroll 8
     for (std::size_t i = 0; i < Count; ++i)
     {
-        const Opening& opening = *openings[i];
-        const std::uint32_t b = opening.b ^ last[i] << 25;
-        blocks[i] = {opening.c, opening.d, opening.a, b};
-        Join(schedule, 1, opening.left, opening.right ^ schedule.tables[0][b >> 24], blocks[i][0], blocks[i][1]);
+        const std::size_t at = places[i];
+        const std::uint32_t b = openings.b[at] ^ last[i] << 25;
+        const std::uint32_t right = openings.right[at] ^ schedule.tables[0][b >> 24];
+        blocks[i] = {openings.c[at], openings.d[at], openings.a[at], b};
+        Join(schedule, 1, openings.left[at], right, blocks[i][0], blocks[i][1]);
     }
     for (unsigned round = 2; round < LastRound; round += 2)
     {
@@ -77,23 +79,87 @@ template<std::size_t Count>
     return bits;
 }
 
-// Encrypts one byte. The block of the next bit is made beside the current one, for both values that the bit between
-// them may have: that gives two bits in little more than the time of one block.
-[[gnu::always_inline]] inline std::uint8_t EncryptByte(const Schedule& schedule, const Openings& openings,
-                                                       std::uint8_t byte) noexcept
+// The last 128 bits of a stream.
+struct Window
 {
-    unsigned out = 0;
-    for (unsigned bit = 0; bit < 8; bit += 2)
+    std::uint64_t high;
+    std::uint64_t low;
+
+    static Window Of(const Register& bytes) noexcept
     {
-        const Opening& next = openings[bit + 1];
-        const std::array<unsigned, 3> keys =
-            Close<3>(schedule, {&openings[bit], &next, &next}, {out, 2 * out, 2 * out + 1});
-        const unsigned first = (byte >> (7 - bit) & 1u) ^ keys[0];
-        // No branch: it would be mistaken every other time.
-        const unsigned second = (byte >> (6 - bit) & 1u) ^ ((keys[1] & ~first) | (keys[2] & first));
-        out = 4 * out + 2 * first + second;
+        Window window{};
+        std::memcpy(&window, bytes.data(), sizeof(window));
+        return {__builtin_bswap64(window.high), __builtin_bswap64(window.low)};
     }
-    return static_cast<std::uint8_t>(out);
-}
+    // What is left of it after some more bits, fewer than 64, with zeros in their place.
+    Window After(unsigned bits) const noexcept
+    {
+        return bits == 0 ? *this : Window{high << bits | low >> (64 - bits), low << bits};
+    }
+    void Append(unsigned count, unsigned bits) noexcept
+    {
+        *this = After(count);
+        low |= bits;
+    }
+};
+
+// Encrypts a stream two bits at a time. The block of the second is made beside that of the first, for both values that
+// the first may get: that gives two bits in little more than the time of one block.
+//
+// `open` opens the block at a place of the ring, six and seven bits ahead, so that none is waited for. What isn't known
+// of its window yet is 0.
+template<typename Open>
+class PairEncryptor
+{
+public:
+    PairEncryptor(const Schedule& schedule, const Register& start, Openings& openings, const Open& open) noexcept
+        : m_schedule(schedule)
+        , m_openings(openings)
+        , m_open(open)
+        , m_window(Window::Of(start))
+    {
+        for (unsigned place = 0; place < BitsAhead; ++place)
+        {
+            Window known = m_window.After(place);
+            known.low &= ~UnknownBits << place % 2;
+            m_open(known, place);
+        }
+    }
+
+    const Window& Last() const noexcept
+    {
+        return m_window;
+    }
+
+    [[gnu::always_inline]] std::uint8_t Encrypt(std::uint8_t byte) noexcept
+    {
+        for (unsigned bit = 0; bit < 8; bit += 2)
+        {
+            for (unsigned ahead = BitsAhead; ahead < BitsAhead + 2; ++ahead)
+            {
+                m_open(m_window.After(ahead), (m_place + ahead) % Openings::Size);
+            }
+            const unsigned last = m_window.low & UnknownBits;
+            const std::array<unsigned, 3> keys =
+                Close<3>(m_schedule, m_openings, {m_place, m_place + 1, m_place + 1}, {last, 2 * last, 2 * last + 1});
+            const unsigned first = (byte >> (7 - bit) & 1u) ^ keys[0];
+            // No branch: it would be mistaken every other time.
+            const unsigned second = (byte >> (6 - bit) & 1u) ^ ((keys[1] & ~first) | (keys[2] & first));
+            m_window.Append(2, 2 * first + second);
+            m_place = (m_place + 2) % Openings::Size;
+        }
+        return static_cast<std::uint8_t>(m_window.low);
+    }
+
+private:
+    static constexpr unsigned BitsAhead = 6;
+    static constexpr std::uint64_t UnknownBits = (1u << BitsAhead) - 1;
+
+    const Schedule& m_schedule;
+    Openings& m_openings;
+    const Open& m_open;
+    Window m_window;
+    std::size_t m_place = 0;
+};
 
 } // namespace Quoll::Twofish

@@ -1,13 +1,13 @@
-// The one-bit mode for x86-64 with AVX-512 VBMI and GFNI.
+// The one-bit mode for x86-64 with AVX-512 VBMI, VBMI2 and GFNI.
 //
-// Decryption makes the blocks of eight bytes at once. Encryption knows three of the four words of its blocks four bytes
+// Decryption makes the blocks of eight bytes at once. Encryption knows three of the four words of its blocks two bytes
 // ahead: it does their first round that way, and the rest by table look-ups, for each bit waits for the one before.
 #include "cryptography/twofish/Kernels.h"
 
 #if defined(__x86_64__)
 
 #include "cryptography/twofish/Lanes.h"
-#include "cryptography/twofish/VbmiWords.h"
+#include "cryptography/twofish/VbmiRow.h"
 
 #include <algorithm>
 
@@ -74,75 +74,47 @@ void DecryptWithVbmi(const Schedule& schedule, const Register& start, std::span<
     }
 }
 
-// Of the 32 blocks of four bytes, what does not depend on those bytes: all of an opening, but d without the fourth
-// word.
-struct Ahead
-{
-    std::array<std::uint32_t, 32> a;
-    std::array<std::uint32_t, 32> b;
-    std::array<std::uint32_t, 32> c;
-    std::array<std::uint32_t, 32> d;
-    std::array<std::uint32_t, 32> left;
-};
+constexpr std::size_t BlocksAhead = 16; // those of two bytes
 
-[[gnu::target("avx512vbmi,gfni"), gnu::always_inline]] inline void Store(const Words& words,
-                                                                         std::array<std::uint32_t, 32>& to) noexcept
+// Opens the blocks from the one of this window on, as far as their first three words go: b still lacks what the fourth
+// adds, and the right sum is missing.
+[[gnu::target("avx512vbmi,avx512vbmi2,gfni")]] void OpenAhead(const Schedule& schedule, const Window& window,
+                                                              std::size_t place, Openings& openings) noexcept
 {
-    _mm512_storeu_si512(to.data(), words.rows[0]);
-    _mm512_storeu_si512(to.data() + 16, words.rows[1]);
-}
-
-// `bytes` are the 16 before. The upper 32 of the 64 blocks are made for nothing.
-[[gnu::target("avx512vbmi,gfni")]] void OpenAhead(const Schedule& schedule, const std::uint8_t* bytes,
-                                                  Ahead& ahead) noexcept
-{
-    std::array<std::uint32_t, 2 * Distance + 64> words{};
-    FindWords(bytes, KnownBytes, words.data());
-    const Words a = Whitened(words.data(), schedule.subkeys[0]);
-    const Words b = Whitened(words.data() + Distance, schedule.subkeys[1]);
-    Words c = Whitened(words.data() + 2 * Distance, schedule.subkeys[2]);
-    Words d{};
+    const std::uint32_t words[] = {
+        static_cast<std::uint32_t>(window.high >> 32), static_cast<std::uint32_t>(window.high),
+        static_cast<std::uint32_t>(window.low >> 32), static_cast<std::uint32_t>(window.low)};
+    const __m512i a = WordsAt(words[0], words[1], schedule.subkeys[0]);
+    const __m512i b = WordsAt(words[1], words[2], schedule.subkeys[1]);
+    __m512i c = WordsAt(words[2], words[3], schedule.subkeys[2]);
+    __m512i d = All(0);
     Round(schedule, 0, a, b, c, d);
-    Store(a, ahead.a);
-    Store(b, ahead.b);
-    Store(c, ahead.c);
-    Store(d, ahead.d);
-    Store(Substituted<0>(schedule, Slice(c)), ahead.left);
-}
-
-// The openings of one of the four bytes, of which the ones before it are the last of `fourth`.
-void Open(const Schedule& schedule, const Ahead& ahead, std::size_t byte, std::uint32_t fourth,
-          Openings& openings) noexcept
-{
-    for (unsigned bit = 0; bit < openings.size(); ++bit)
-    {
-        const std::size_t i = 8 * byte + 7 - bit; // the order of FindWords
-        const std::uint32_t word = __builtin_bswap32(fourth << bit) ^ schedule.subkeys[3];
-        const std::uint32_t b = std::rotl(word, 1) ^ ahead.d[i];
-        openings[bit] = {ahead.c[i], b, ahead.a[i], ahead.b[i], ahead.left[i], RightSum(schedule, b)};
-    }
+    _mm512_storeu_si512(&openings.a[place], c);
+    _mm512_storeu_si512(&openings.b[place], d);
+    _mm512_storeu_si512(&openings.c[place], a);
+    _mm512_storeu_si512(&openings.d[place], b);
+    _mm512_storeu_si512(&openings.left[place], Substituted(schedule, c, c).left);
 }
 
 void EncryptWithVbmi(const Schedule& schedule, const Register& start, std::span<std::uint8_t> data) noexcept
 {
-    std::array<std::uint8_t, 32> bytes{};
-    std::copy(start.begin(), start.end(), bytes.begin());
-    Ahead ahead;
     Openings openings;
-    while (!data.empty())
+    OpenAhead(schedule, Window::Of(start), 0, openings);
+    const auto open = [&](const Window& known, std::size_t place) {
+        const std::uint32_t fourth = __builtin_bswap32(static_cast<std::uint32_t>(known.low)) ^ schedule.subkeys[3];
+        openings.b[place] ^= std::rotl(fourth, 1);
+        openings.right[place] = RightSum(schedule, openings.b[place]);
+    };
+    PairEncryptor encryptor(schedule, start, openings, open);
+    std::size_t place = BlocksAhead;
+    for (std::size_t i = 0; i < data.size(); ++i)
     {
-        OpenAhead(schedule, bytes.data(), ahead);
-        std::uint32_t fourth = __builtin_bswap32(LoadWord(bytes.data() + KnownBytes));
-        const std::size_t count = std::min(sizeof(fourth), data.size());
-        for (std::size_t i = 0; i < count; ++i)
+        if (i % 2 == 0)
         {
-            Open(schedule, ahead, i, fourth, openings);
-            data[i] = EncryptByte(schedule, openings, data[i]);
-            fourth = fourth << 8 | data[i];
+            OpenAhead(schedule, encryptor.Last().After(BlocksAhead), place, openings);
+            place = (place + BlocksAhead) % Openings::Size;
         }
-        std::copy_n(bytes.begin() + 4, KnownBytes, bytes.begin());
-        std::copy_n(data.begin(), count, bytes.begin() + KnownBytes);
-        data = data.subspan(count);
+        data[i] = encryptor.Encrypt(data[i]);
     }
 }
 
@@ -151,7 +123,9 @@ void EncryptWithVbmi(const Schedule& schedule, const Register& start, std::span<
 const Kernel* VbmiKernel() noexcept
 {
     static constexpr Kernel kernel = {"vbmi", EncryptWithVbmi, DecryptWithVbmi};
-    return __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("gfni") ? &kernel : nullptr;
+    const bool runs =
+        __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("gfni");
+    return runs ? &kernel : nullptr;
 }
 
 } // namespace Quoll::Twofish
