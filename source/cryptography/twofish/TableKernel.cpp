@@ -1,7 +1,7 @@
 // The one-bit mode by table look-ups, with several blocks under way at once: a block takes the processor far longer
 // than its instructions do, since each round waits for the one before.
 #include "cryptography/twofish/Kernels.h"
-#include "cryptography/twofish/Lanes.h"
+#include "cryptography/twofish/PairEncryptor.h"
 
 namespace Quoll::Twofish
 {
@@ -12,10 +12,11 @@ namespace
 [[gnu::always_inline]] inline void Open(const Schedule& schedule, const Window& window, std::size_t place,
                                         Openings& openings) noexcept
 {
-    const std::uint32_t a = __builtin_bswap32(static_cast<std::uint32_t>(window.high >> 32)) ^ schedule.subkeys[0];
-    const std::uint32_t b = __builtin_bswap32(static_cast<std::uint32_t>(window.high)) ^ schedule.subkeys[1];
-    std::uint32_t c = __builtin_bswap32(static_cast<std::uint32_t>(window.low >> 32)) ^ schedule.subkeys[2];
-    std::uint32_t d = __builtin_bswap32(static_cast<std::uint32_t>(window.low)) ^ schedule.subkeys[3];
+    const std::array<std::uint32_t, 4> words = window.Words();
+    const std::uint32_t a = __builtin_bswap32(words[0]) ^ schedule.subkeys[0];
+    const std::uint32_t b = __builtin_bswap32(words[1]) ^ schedule.subkeys[1];
+    std::uint32_t c = __builtin_bswap32(words[2]) ^ schedule.subkeys[2];
+    std::uint32_t d = __builtin_bswap32(words[3]) ^ schedule.subkeys[3];
     Round(schedule, 0, a, b, c, d);
     openings.a[place] = c;
     openings.b[place] = d;

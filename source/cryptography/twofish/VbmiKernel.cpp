@@ -6,7 +6,7 @@
 
 #if defined(__x86_64__)
 
-#include "cryptography/twofish/Lanes.h"
+#include "cryptography/twofish/PairEncryptor.h"
 #include "cryptography/twofish/VbmiRow.h"
 
 #include <algorithm>
@@ -81,9 +81,7 @@ constexpr std::size_t BlocksAhead = 16; // those of two bytes
 [[gnu::target("avx512vbmi,avx512vbmi2,gfni")]] void OpenAhead(const Schedule& schedule, const Window& window,
                                                               std::size_t place, Openings& openings) noexcept
 {
-    const std::uint32_t words[] = {
-        static_cast<std::uint32_t>(window.high >> 32), static_cast<std::uint32_t>(window.high),
-        static_cast<std::uint32_t>(window.low >> 32), static_cast<std::uint32_t>(window.low)};
+    const std::array<std::uint32_t, 4> words = window.Words();
     const __m512i a = WordsAt(words[0], words[1], schedule.subkeys[0]);
     const __m512i b = WordsAt(words[1], words[2], schedule.subkeys[1]);
     __m512i c = WordsAt(words[2], words[3], schedule.subkeys[2]);
@@ -101,7 +99,7 @@ void EncryptWithVbmi(const Schedule& schedule, const Register& start, std::span<
     Openings openings;
     OpenAhead(schedule, Window::Of(start), 0, openings);
     const auto open = [&](const Window& known, std::size_t place) {
-        const std::uint32_t fourth = __builtin_bswap32(static_cast<std::uint32_t>(known.low)) ^ schedule.subkeys[3];
+        const std::uint32_t fourth = __builtin_bswap32(known.Words()[3]) ^ schedule.subkeys[3];
         openings.b[place] ^= std::rotl(fourth, 1);
         openings.right[place] = RightSum(schedule, openings.b[place]);
     };

@@ -75,11 +75,7 @@ template<unsigned Even, unsigned Odd>
 Round(const Schedule& schedule, unsigned round, __m512i a, __m512i b, __m512i& c, __m512i& d) noexcept
 {
     const Pair g = Substituted(schedule, a, b);
-    const __m512i sum = _mm512_add_epi32(g.left, g.right);
-    const __m512i first = _mm512_add_epi32(sum, All(schedule.subkeys[8 + 2 * round]));
-    const __m512i second = _mm512_add_epi32(sum, _mm512_add_epi32(g.right, All(schedule.subkeys[9 + 2 * round])));
-    c = _mm512_ror_epi32(_mm512_xor_si512(c, first), 1);
-    d = _mm512_xor_si512(_mm512_rol_epi32(d, 1), second);
+    Join(schedule, round, g.left, g.right, c, d);
 }
 
 } // namespace Quoll::Twofish::Vbmi

@@ -138,21 +138,26 @@ template<unsigned Rotation>
                   Xor(b, Times<0x5B>(d), Times<0xEF>(_mm512_xor_si512(a, c)))}});
 }
 
+// The second half of a round, given its two values of g: c and d become the next round's a and b.
+[[gnu::target("avx512vbmi,gfni"), gnu::always_inline]] inline void
+Join(const Schedule& schedule, unsigned round, __m512i left, __m512i right, __m512i& c, __m512i& d) noexcept
+{
+    const __m512i sum = _mm512_add_epi32(left, right);
+    const __m512i first = _mm512_add_epi32(sum, All(schedule.subkeys[8 + 2 * round]));
+    const __m512i second = _mm512_add_epi32(_mm512_add_epi32(sum, right), All(schedule.subkeys[9 + 2 * round]));
+    c = _mm512_ror_epi32(_mm512_xor_si512(c, first), 1);
+    d = _mm512_xor_si512(_mm512_rol_epi32(d, 1), second);
+}
+
 [[gnu::target("avx512vbmi,gfni"), gnu::always_inline]] inline void
 Round(const Schedule& schedule, unsigned round, const Words& a, const Words& b, Words& c, Words& d) noexcept
 {
     const Words left = Substituted<0>(schedule, Slice(a));
     const Words right = Substituted<1>(schedule, Slice(b));
-    const __m512i firstKey = All(schedule.subkeys[8 + 2 * round]);
-    const __m512i secondKey = All(schedule.subkeys[9 + 2 * round]);
 #pragma GCC unroll 4
     for (unsigned i = 0; i < 4; ++i)
     {
-        const __m512i sum = _mm512_add_epi32(left.rows[i], right.rows[i]);
-        const __m512i first = _mm512_add_epi32(sum, firstKey);
-        const __m512i second = _mm512_add_epi32(_mm512_add_epi32(sum, right.rows[i]), secondKey);
-        c.rows[i] = _mm512_ror_epi32(_mm512_xor_si512(c.rows[i], first), 1);
-        d.rows[i] = _mm512_xor_si512(_mm512_rol_epi32(d.rows[i], 1), second);
+        Join(schedule, round, left.rows[i], right.rows[i], c.rows[i], d.rows[i]);
     }
 }
 
