@@ -24,29 +24,17 @@ std::string Shown(const WString& text)
     return Strings::TruncateToAscii(text);
 }
 
-WString Replaced(WString text, const WString& search, const WString& replacement)
+template<auto Operation>
+WString ResultOf(WString text, const WString& search, const WString& replacement)
 {
-    Strings::Replace(text, search, replacement);
+    Operation(text, search, replacement);
     return text;
 }
 
-WString AllReplaced(WString text, const WString& search, const WString& replacement)
-{
-    Strings::ReplaceAll(text, search, replacement);
-    return text;
-}
-
-WString BeginReplaced(WString text, const WString& search, const WString& replacement)
-{
-    Strings::ReplaceAtBegin(text, search, replacement);
-    return text;
-}
-
-WString EndReplaced(WString text, const WString& search, const WString& replacement)
-{
-    Strings::ReplaceAtEnd(text, search, replacement);
-    return text;
-}
+constexpr auto Replaced = ResultOf<Strings::Replace>;
+constexpr auto AllReplaced = ResultOf<Strings::ReplaceAll>;
+constexpr auto BeginReplaced = ResultOf<Strings::ReplaceAtBegin>;
+constexpr auto EndReplaced = ResultOf<Strings::ReplaceAtEnd>;
 
 WString Trimmed(WString text, const WString& set)
 {

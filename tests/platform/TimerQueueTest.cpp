@@ -1,4 +1,5 @@
 #include "support/CodeOf.h"
+#include "support/OwnedHandle.h"
 #include "support/Threads.h"
 
 #include <windows.h>
@@ -19,34 +20,20 @@ constexpr DWORD limit = 60000;
 constexpr DWORD later = 3'600'000;
 constexpr DWORD moment = 20; // for a thread to do what it must not
 
-class Event
+struct Event : Quoll::Tests::OwnedHandle
 {
-public:
     explicit Event(bool manual = true)
-        : m_handle(CreateEventW(nullptr, manual, FALSE, nullptr))
+        : OwnedHandle(CreateEventW(nullptr, manual, FALSE, nullptr))
     {
-    }
-    Event(const Event&) = delete;
-    Event& operator=(const Event&) = delete;
-    ~Event()
-    {
-        CloseHandle(m_handle);
     }
     void Set() const
     {
-        SetEvent(m_handle);
+        SetEvent(*this);
     }
     bool Wait(DWORD milliseconds = limit) const
     {
-        return WaitForSingleObject(m_handle, milliseconds) == WAIT_OBJECT_0;
+        return WaitForSingleObject(*this, milliseconds) == WAIT_OBJECT_0;
     }
-    operator HANDLE() const
-    {
-        return m_handle;
-    }
-
-private:
-    HANDLE m_handle;
 };
 
 /// What a callback of the tests gets: it counts, and blocks until it may go on.

@@ -1,3 +1,4 @@
+#include "support/OwnedHandle.h"
 #include "support/Threads.h"
 
 #include <windows.h>
@@ -14,28 +15,7 @@ namespace
 
 constexpr DWORD limit = 60000;
 
-class Owned
-{
-public:
-    explicit Owned(HANDLE handle)
-        : m_handle(handle)
-    {
-        EXPECT_NE(handle, nullptr);
-    }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-    ~Owned()
-    {
-        CloseHandle(m_handle);
-    }
-    operator HANDLE() const
-    {
-        return m_handle;
-    }
-
-private:
-    HANDLE m_handle;
-};
+using Owned = Quoll::Tests::OwnedHandle;
 
 HANDLE NewEvent(bool manual, bool set = false)
 {

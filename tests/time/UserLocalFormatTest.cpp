@@ -1,7 +1,7 @@
 #include "Quoll/UserLocalFormat.h"
 
-#include "Quoll/Errors.h"
 #include "Quoll/StringUtilities.h"
+#include "support/FailureOf.h"
 #include "support/ForcedFailure.h"
 
 #include <windows.h>
@@ -55,38 +55,22 @@ TEST(UserLocalFormat, AnEmptyPictureMeansTheLocalesOwn)
     EXPECT_FALSE(Date(1, {}, 0x800).empty());
 }
 
-template<class Action>
-std::pair<std::uint32_t, std::string> FailureOf(Action action)
-{
-    try
-    {
-        action();
-        return {0, {}};
-    }
-    catch (const Win32Exception& failure)
-    {
-        const std::string text = failure.what();
-        return {failure.GetErrorCode(), text.substr(0, text.find(": "))};
-    }
-}
-
 TEST(UserLocalFormat, FailuresTellTheCode)
 {
-    using Failure = std::pair<std::uint32_t, std::string>;
-    EXPECT_EQ(FailureOf([] { Date(1, "d"_w); }), Failure(1004, "GetDateFormatW failed"));
-    EXPECT_EQ(FailureOf([] { Date(3, {}); }), Failure(1004, "GetDateFormatW failed"));
-    EXPECT_EQ(FailureOf([] { Date(0, {}, 0x1234); }), Failure(87, "GetDateFormatW failed"));
+    EXPECT_EQ(FailureOf([] { Date(1, "d"_w); }), Failure("GetDateFormatW failed", 1004));
+    EXPECT_EQ(FailureOf([] { Date(3, {}); }), Failure("GetDateFormatW failed", 1004));
+    EXPECT_EQ(FailureOf([] { Date(0, {}, 0x1234); }), Failure("GetDateFormatW failed", 87));
     EXPECT_EQ(FailureOf([] { UserLocalFormat::GetFormatDate({}, Invariant, 0, {}); }),
-              Failure(87, "GetDateFormatW failed"));
-    EXPECT_EQ(FailureOf([] { Time(0, {}, 0x1234); }), Failure(87, "GetTimeFormatW failed"));
+              Failure("GetDateFormatW failed", 87));
+    EXPECT_EQ(FailureOf([] { Time(0, {}, 0x1234); }), Failure("GetTimeFormatW failed", 87));
     EXPECT_EQ(FailureOf([] { UserLocalFormat::GetFormatTime({0, 0, 0, 0, 24, 0, 0, 0}, Invariant, 0, {}); }),
-              Failure(87, "GetTimeFormatW failed"));
+              Failure("GetTimeFormatW failed", 87));
 
     // The text may have become longer since its length was asked for.
     const ForcedFailure dates(ForcedCall::GetDateFormatW, ERROR_INSUFFICIENT_BUFFER, {.nth = 2});
     const ForcedFailure times(ForcedCall::GetTimeFormatW, ERROR_INSUFFICIENT_BUFFER, {.nth = 2});
-    EXPECT_EQ(FailureOf([] { Date(0, {}); }), Failure(122, "GetDateFormatW failed"));
-    EXPECT_EQ(FailureOf([] { Time(0, {}); }), Failure(122, "GetTimeFormatW failed"));
+    EXPECT_EQ(FailureOf([] { Date(0, {}); }), Failure("GetDateFormatW failed", 122));
+    EXPECT_EQ(FailureOf([] { Time(0, {}); }), Failure("GetTimeFormatW failed", 122));
 }
 
 } // namespace

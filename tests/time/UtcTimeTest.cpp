@@ -2,13 +2,13 @@
 
 #include "Quoll/Errors.h"
 #include "Quoll/UserLocalFormat.h"
+#include "support/FailureOf.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -20,6 +20,8 @@ namespace
 using namespace Quoll;
 using namespace Quoll::Literals;
 using namespace Quoll::Utilities;
+using Tests::Failure;
+using Tests::FailureOf;
 using Form = UtcTime::StringValue;
 
 constexpr std::uint64_t TicksPerHour = TimeSpan::HOUR;
@@ -39,27 +41,6 @@ UtcTime Read(const WString& text, Form form = Form::Iso8601T)
     return {text, form, false};
 }
 
-// The message and code of a failure; the code of a standard one is 0.
-std::pair<std::string, std::uint32_t> GetFailure(const std::function<void()>& action)
-{
-    try
-    {
-        action();
-    }
-    catch (const Win32Exception& exception)
-    {
-        const std::string message = exception.what();
-        return {message.substr(0, message.find(": ")), exception.GetErrorCode()};
-    }
-    catch (const std::exception& exception)
-    {
-        return {exception.what(), 0};
-    }
-    return {"none", 0};
-}
-
-using Failure = std::pair<std::string, std::uint32_t>;
-
 TEST(UtcTime, ReadsIsoTextsByPlace)
 {
     const UtcTime expected(2021, 3, 4, 5, 6, 7, 0, false);
@@ -74,16 +55,16 @@ TEST(UtcTime, ReadsIsoTextsByPlace)
     const Failure outOfRange{"invalid string position", 0};
     for (const WStringView text : {"2021-03-04"_w, "20210304"_w, "12:34:56"_w})
     {
-        EXPECT_EQ(GetFailure([&] { Read(WString(text)); }), outOfRange);
+        EXPECT_EQ(FailureOf([&] { Read(WString(text)); }), outOfRange);
     }
     const Failure invalid{"Is not a valid ISO8601 string", 0};
     for (const WStringView text : {""_w, "ab"_w, "2021-03-04x05:06:07"_w, "2021-03-04T05:06:07\n"_w})
     {
-        EXPECT_EQ(GetFailure([&] { Read(WString(text)); }), invalid);
+        EXPECT_EQ(FailureOf([&] { Read(WString(text)); }), invalid);
     }
     const Failure noMoment{"Can't convert system time to file time", ERROR_INVALID_PARAMETER};
-    EXPECT_EQ(GetFailure([] { Read("2021-13-04T05:06:07"_w); }), noMoment);
-    EXPECT_EQ(GetFailure([] { UtcTime("x"_w, static_cast<Form>(3), false); }), Failure("unknown argument value", 0));
+    EXPECT_EQ(FailureOf([] { Read("2021-13-04T05:06:07"_w); }), noMoment);
+    EXPECT_EQ(FailureOf([] { UtcTime("x"_w, static_cast<Form>(3), false); }), Failure("unknown argument value", 0));
 }
 
 TEST(UtcTime, ReadsAndPrintsHexadecimalTexts)
@@ -93,11 +74,11 @@ TEST(UtcTime, ReadsAndPrintsHexadecimalTexts)
     EXPECT_EQ(Read(text, Form::FileTimeHex).ToString(Form::FileTimeHex, false), text);
     EXPECT_EQ(Read("123456789"_w, Form::FileTimeHex).GetTime(), 0x1234567800000009u);
     EXPECT_EQ(Read(" 0x1 -0x2rest"_w, Form::FileTimeHex).GetTime(), 0x1FFFFFFFEu);
-    EXPECT_EQ(GetFailure([] { Read({}, Form::FileTimeHex); }),
+    EXPECT_EQ(FailureOf([] { Read({}, Form::FileTimeHex); }),
               Failure("Can't convert empty hex value to utc object", 0));
-    EXPECT_EQ(GetFailure([] { Read("01d2f0ab"_w, Form::FileTimeHex); }),
+    EXPECT_EQ(FailureOf([] { Read("01d2f0ab"_w, Form::FileTimeHex); }),
               Failure("Can't convert value: 01d2f0ab to utc object", 0));
-    EXPECT_EQ(GetFailure([] { Read(WString(1, WChar{0xD800}), Form::FileTimeHex); }),
+    EXPECT_EQ(FailureOf([] { Read(WString(1, WChar{0xD800}), Form::FileTimeHex); }),
               Failure("Can't convert value: \xEF\xBF\xBD to utc object", 0));
 }
 
@@ -120,13 +101,12 @@ TEST(UtcTime, PrintsIsoTextsAsThePicturesDo)
         }
     }
     EXPECT_EQ(Read("2021-03-04T05:06:07"_w).ToString("d"_w, "|"_w, {}, false), "4|"_w);
-    EXPECT_EQ(GetFailure([] { UtcTime().ToString(static_cast<Form>(3), false); }),
-              Failure("unknown argument value", 0));
+    EXPECT_EQ(FailureOf([] { UtcTime().ToString(static_cast<Form>(3), false); }), Failure("unknown argument value", 0));
     const Failure noMoment{"Can't convert file time to system time", ERROR_INVALID_PARAMETER};
     const UtcTime last = MakeMoment((std::uint64_t{1} << 63) - 1);
-    EXPECT_EQ(GetFailure([&] { last.ToString(Form::Iso8601T, false); }),
-              GetFailure([&] { last.ToString("yyyy'-'MM'-'dd"_w, "T"_w, "HH:mm:ss"_w, false); }));
-    EXPECT_EQ(GetFailure([] { MakeMoment(std::uint64_t{1} << 63).ToString(Form::Iso8601T, false); }), noMoment);
+    EXPECT_EQ(FailureOf([&] { last.ToString(Form::Iso8601T, false); }),
+              FailureOf([&] { last.ToString("yyyy'-'MM'-'dd"_w, "T"_w, "HH:mm:ss"_w, false); }));
+    EXPECT_EQ(FailureOf([] { MakeMoment(std::uint64_t{1} << 63).ToString(Form::Iso8601T, false); }), noMoment);
 }
 
 TEST(UtcTime, CountsInWrappingTicksAndClampsBelow)
@@ -235,7 +215,7 @@ TEST(UtcTime, HasNoMomentsBeforeTheScale)
     if (most <= -60) // the east
     {
         EXPECT_TRUE(local.IsEmpty());
-        EXPECT_EQ(GetFailure([&] { UtcTime(fields, true); }),
+        EXPECT_EQ(FailureOf([&] { UtcTime(fields, true); }),
                   Failure("Can't convert from local time to utc time", ERROR_INVALID_PARAMETER));
     }
     if (least >= 0)
@@ -244,10 +224,10 @@ TEST(UtcTime, HasNoMomentsBeforeTheScale)
     }
     if (least >= 60) // the west
     {
-        EXPECT_EQ(GetFailure([] { MakeMoment(TicksPerHour / 2).GetYear(true); }),
+        EXPECT_EQ(FailureOf([] { MakeMoment(TicksPerHour / 2).GetYear(true); }),
                   Failure("Can't convert utc system time to local system time", ERROR_INVALID_PARAMETER));
     }
-    EXPECT_EQ(GetFailure([] { UtcTime(MakeFileTime(std::uint64_t{1} << 63), true); }),
+    EXPECT_EQ(FailureOf([] { UtcTime(MakeFileTime(std::uint64_t{1} << 63), true); }),
               Failure("Can't convert file time to system time", ERROR_INVALID_PARAMETER));
 }
 
@@ -269,7 +249,7 @@ TEST(UtcTime, StaysAsItWasWhenSettingFails)
     EXPECT_FALSE(UtcTime::IsValid(2021, 2, 30, 0, 0, 0));
     EXPECT_FALSE(UtcTime::IsValid(2021, 2, 28, 24, 0, 0));
     EXPECT_TRUE(UtcTime::IsValid(2024, 2, 29, 23, 59, 59));
-    EXPECT_EQ(GetFailure([] { Open::GetLocale(static_cast<UtcTime::LocaleUserAccount>(4)); }),
+    EXPECT_EQ(FailureOf([] { Open::GetLocale(static_cast<UtcTime::LocaleUserAccount>(4)); }),
               Failure("Invalid locale account information", 0));
 }
 
